@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QObject>
+
+class QSystemTrayIcon;
+class QMenu;
+
+namespace dowsel {
+
+// The icon in the panel's tray. With no tray host it says so in the log and the app keeps
+// running; a second `dowsel` then reaches the popover.
+class TrayIcon final : public QObject {
+    Q_OBJECT
+public:
+    explicit TrayIcon(QObject *parent = nullptr);
+    ~TrayIcon() override;
+    void show();
+
+Q_SIGNALS:
+    void activated();
+
+private:
+    QSystemTrayIcon *m_icon;
+    QMenu *m_menu;
+};
+
+} // namespace dowsel

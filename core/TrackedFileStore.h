@@ -1,0 +1,99 @@
+#pragma once
+
+#include "core/Actor.h"
+#include "core/TrackedFile.h"
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+struct sqlite3;
+
+namespace dowsel {
+
+class Clock;
+class Preferences;
+class Trash;
+
+// The one owner of every tracked-file record, on SQLite. Not thread-safe by itself: the
+// app reaches it only through TrackedFileActor, which runs each call on the store's worker,
+// one at a time, in arrival order. Failed fetches read as "no match"; failed saves are not
+// reported (SQLite commits each change at once, so a save is the statement itself).
+class TrackedFileStore {
+public:
+    struct FileInfo {
+        QByteArray fileName;
+        QByteArray filePath;
+        std::int64_t fileSize = 0;
+    };
+    struct Expiry {
+        RecordId id;
+        Date expiresAt;
+    };
+    struct ExpiredRecord {
+        QByteArray path;
+        std::uint64_t inode;
+        RecordId id;
+    };
+    struct RecordSummary {
+        QByteArray path;
+        std::uint64_t inode;
+        FileState state;
+        RecordId id;
+    };
+
+    // Opens (creating if needed) the database at `path`. Returns null and sets `error` when
+    // the file cannot be opened or holds something else; an existing file is never replaced.
+    static std::unique_ptr<TrackedFileStore> open(const QString &path, const Clock &clock, const Preferences &prefs,
+                                                  Trash &trash, QString *error);
+    // $XDG_DATA_HOME/dowsel/Sivra.sqlite
+    static QString defaultPath();
+    ~TrackedFileStore();
+
+    // Queries
+    std::optional<TrackedFile> recordForInode(std::uint64_t inode);
+    std::optional<TrackedFile> record(RecordId id);
+    bool isTracked(std::uint64_t inode);
+    std::optional<std::uint64_t> activeInode(const QByteArray &path); // first match not dismissed
+    std::optional<FileInfo> fileInfo(RecordId id);
+    std::vector<Expiry> temporaryExpiries();
+    std::vector<ExpiredRecord> fetchExpired();
+    std::vector<RecordSummary> allRecords();
+    std::vector<TrackedFile> allTrackedFiles(); // full rows, for the popover and the D-Bus list
+
+    // Changes
+    RecordId insertNew(std::uint64_t inode, const QByteArray &path, const QByteArray &name, std::int64_t size);
+    void replaceInode(std::uint64_t oldInode, std::uint64_t newInode, const QByteArray &path, const QByteArray &name,
+                      std::int64_t size);
+    void updatePath(std::uint64_t inode, const QByteArray &path, const QByteArray &name);
+    void dismissExisting(const std::vector<DownloadFileSnapshot> &snapshots);
+    std::optional<Date> markTemporary(RecordId id, std::optional<Seconds> duration = std::nullopt);
+    void markDismissed(RecordId id);
+    void removeRecordForInode(std::uint64_t inode);
+    void removeRecord(RecordId id);
+    // Record and tag first, then the file to the Trash, so the events that the move causes
+    // find no record.
+    void deleteNow(RecordId id);
+    // An extracted folder next to a temporary archive takes the archive's expiry.
+    std::optional<Date> inheritArchiveExpiry(RecordId id);
+
+    // Observers run on the store's worker after every change that committed; the app uses
+    // this to refresh views.
+    void setChangeObserver(std::function<void()> observer) { m_changed = std::move(observer); }
+
+private:
+    TrackedFileStore(sqlite3 *db, const Clock &clock, const Preferences &prefs, Trash &trash);
+    void notifyChanged();
+
+    sqlite3 *m_db;
+    const Clock &m_clock;
+    const Preferences &m_prefs;
+    Trash &m_trash;
+    std::function<void()> m_changed;
+};
+
+// Calls into the store from any thread: `call(work)` gives a future, `call(work, replyOn,
+// done)` replies on another executor (the main thread).
+using TrackedFileActor = Actor<TrackedFileStore>;
+
+} // namespace dowsel
