@@ -24,12 +24,12 @@ WorkerThread::~WorkerThread()
 
 void WorkerThread::post(std::function<void()> task)
 {
-    {
-        std::lock_guard lock(m_mutex);
-        if (m_stopping)
-            return;
-        m_tasks.push_back(std::move(task));
-    }
+    // Notify under the lock: once the task is queued the worker may run it, and whoever was
+    // waiting for it may destroy this object before an unlocked notify would happen.
+    std::lock_guard lock(m_mutex);
+    if (m_stopping)
+        return;
+    m_tasks.push_back(std::move(task));
     m_wake.notify_one();
 }
 

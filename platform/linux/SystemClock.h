@@ -22,7 +22,7 @@ public:
 // All timers of the process share one timerfd on CLOCK_BOOTTIME, armed at the earliest
 // deadline of a min-heap. Nothing wakes the process while no timer is due, and a deadline
 // that passed during suspend fires right after wake-up. Tasks go to their executors; the
-// timer thread itself only pops the heap.
+// timer thread itself only pops the heap. Executors passed in must outlive the scheduler.
 class BootTimeScheduler final : public Scheduler {
 public:
     BootTimeScheduler();

@@ -99,8 +99,8 @@ private:
 
 TEST(BootTimeScheduler, FiresInDeadlineOrderAndSkipsCancelled)
 {
+    WorkerThread worker("test"); // outlives the scheduler that posts to it
     BootTimeScheduler scheduler;
-    WorkerThread worker("test");
     std::vector<int> order;
     Latch latch(3);
     const auto record = [&](int n) {
@@ -138,8 +138,8 @@ TEST(BootTimeScheduler, ManyTimersShareOneKernelTimer)
 
 TEST(BootTimeScheduler, AnEarlierTimerRearmsThePendingOne)
 {
+    WorkerThread worker("test"); // outlives the scheduler that posts to it
     BootTimeScheduler scheduler;
-    WorkerThread worker("test");
     Latch latch(1);
     bool lateFired = false;
     scheduler.scheduleAfter(3600, worker, [&] { lateFired = true; });
