@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QObject>
+
+#include <functional>
+
+namespace dowsel {
+
+class Preferences;
+
+// What Dowsel may do on this desktop. Downloads access: the folder can be listed. Shortcuts
+// ("accessibility"): the global key grabs can be made; the keyboard layer reports that
+// through `setAccessibilityCheck`.
+class PermissionsManager final : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(bool hasAccessibility READ hasAccessibility NOTIFY changed)
+    Q_PROPERTY(bool hasDownloadsAccess READ hasDownloadsAccess NOTIFY changed)
+public:
+    enum class Permission { downloads, shortcuts };
+
+    PermissionsManager(const Preferences &prefs, QByteArray downloadsPath, QObject *parent = nullptr);
+
+    bool hasAccessibility() const { return m_hasAccessibility; }
+    bool hasDownloadsAccess() const { return m_hasDownloadsAccess; }
+
+    void setAccessibilityCheck(std::function<bool()> check);
+    // Re-reads both; the Downloads check runs only once onboarding is complete, so a first
+    // launch never touches the folder before the user is asked.
+    std::pair<bool, bool> refresh();
+    bool checkDownloadsAccess() const;
+    // Opens the desktop's own settings for the permission, where one exists.
+    void openSystemSettings(Permission permission) const;
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    const Preferences &m_prefs;
+    QByteArray m_downloadsPath;
+    std::function<bool()> m_accessibilityCheck;
+    bool m_hasAccessibility = false;
+    bool m_hasDownloadsAccess = false;
+};
+
+} // namespace dowsel

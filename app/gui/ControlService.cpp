@@ -1,0 +1,168 @@
+#include "app/gui/ControlService.h"
+
+#include "expiry/CleanupService.h"
+#include "expiry/DurationParser.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDateTime>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <cerrno>
+#include <cstring>
+#include <sys/stat.h>
+
+namespace dowsel {
+
+namespace {
+
+const QString errorNoSuchFile = QStringLiteral("app.dowsel.Error.NoSuchFile");
+const QString errorNotTracked = QStringLiteral("app.dowsel.Error.NotTracked");
+const QString errorBadDuration = QStringLiteral("app.dowsel.Error.InvalidDuration");
+
+QJsonValue isoDate(std::optional<Date> date)
+{
+    if (!date)
+        return QJsonValue::Null;
+    return QDateTime::fromMSecsSinceEpoch(qint64(*date * 1000)).toString(Qt::ISODate);
+}
+
+} // namespace
+
+ControlService::ControlService(TrackedFileActor &store, CleanupService &cleanup, Executor &mainExecutor, QObject *parent)
+    : QObject(parent), m_store(store), m_cleanup(cleanup), m_main(mainExecutor)
+{
+}
+
+bool ControlService::registerOnSessionBus(QString *error)
+{
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
+        *error = QStringLiteral("no session bus: %1").arg(bus.lastError().message());
+        return false;
+    }
+    const auto reply = bus.interface()->registerService(QString::fromLatin1(dbusServiceName),
+                                                        QDBusConnectionInterface::DontQueueService,
+                                                        QDBusConnectionInterface::DontAllowReplacement);
+    if (!reply.isValid() || reply.value() != QDBusConnectionInterface::ServiceRegistered) {
+        *error = QStringLiteral("another Dowsel owns %1").arg(QString::fromLatin1(dbusServiceName));
+        return false;
+    }
+    bus.registerObject(QString::fromLatin1(dbusObjectPath), this, QDBusConnection::ExportAllSlots);
+    return true;
+}
+
+QString ControlService::ListFiles()
+{
+    setDelayedReply(true);
+    const QDBusMessage request = message();
+    m_store.call([](TrackedFileStore &store) { return store.allTrackedFiles(); }, m_main,
+                 [request](std::vector<TrackedFile> files) {
+                     QJsonArray list;
+                     for (const TrackedFile &file : files) {
+                         list.append(QJsonObject{
+                             {QStringLiteral("id"), qint64(file.id)},
+                             {QStringLiteral("path"), displayText(file.filePath)},
+                             {QStringLiteral("name"), displayText(file.fileName)},
+                             {QStringLiteral("state"), rawValue(file.state)},
+                             {QStringLiteral("size"), qint64(file.fileSize)},
+                             {QStringLiteral("detectedAt"), isoDate(file.detectedAt)},
+                             {QStringLiteral("markedTemporaryAt"), isoDate(file.markedTemporaryAt)},
+                             {QStringLiteral("expiresAt"), isoDate(file.expiresAt)},
+                         });
+                     }
+                     QDBusConnection::sessionBus().send(request.createReply(
+                         QString::fromUtf8(QJsonDocument(list).toJson(QJsonDocument::Compact))));
+                 });
+    return {};
+}
+
+void ControlService::withRecord(const QByteArray &path, std::function<QVariant(TrackedFileStore &, RecordId)> then)
+{
+    setDelayedReply(true);
+    const QDBusMessage request = message();
+    struct stat st {};
+    if (::lstat(path.constData(), &st) != 0) {
+        sendErrorReply(errorNoSuchFile, QStringLiteral("%1: %2").arg(displayText(path), QString::fromLocal8Bit(std::strerror(errno))));
+        return;
+    }
+    const std::uint64_t inode = st.st_ino;
+    struct Outcome {
+        bool found = false;
+        QVariant value;
+    };
+    m_store.call(
+        [inode, then = std::move(then)](TrackedFileStore &store) {
+            const auto record = store.recordForInode(inode);
+            if (!record)
+                return Outcome{};
+            return Outcome{true, then(store, record->id)};
+        },
+        m_main,
+        [request, path](Outcome outcome) {
+            QDBusConnection bus = QDBusConnection::sessionBus();
+            if (!outcome.found) {
+                bus.send(request.createErrorReply(
+                    errorNotTracked,
+                    QStringLiteral("%1 is not tracked: Dowsel only handles items in the Downloads folder").arg(displayText(path))));
+            } else if (outcome.value.isValid()) {
+                bus.send(request.createReply(outcome.value));
+            } else {
+                bus.send(request.createReply());
+            }
+        });
+}
+
+QString ControlService::Keep(const QByteArray &path, const QString &duration)
+{
+    std::optional<Seconds> interval;
+    if (!duration.trimmed().isEmpty()) {
+        const auto parsed = DurationParser::parse(duration);
+        if (!parsed) {
+            sendErrorReply(errorBadDuration,
+                           QStringLiteral("cannot read \"%1\" as a duration; try \"2h\", \"30 min\" or \"1d 4h\"").arg(duration));
+            return {};
+        }
+        interval = parsed->interval;
+    }
+    CleanupService &cleanup = m_cleanup;
+    withRecord(path, [interval, &cleanup](TrackedFileStore &store, RecordId id) -> QVariant {
+        const auto expiry = store.markTemporary(id, interval);
+        if (!expiry)
+            return {};
+        cleanup.schedule(id, *expiry);
+        return isoDate(expiry).toString();
+    });
+    return {};
+}
+
+void ControlService::Dismiss(const QByteArray &path)
+{
+    withRecord(path, [](TrackedFileStore &store, RecordId id) {
+        store.markDismissed(id);
+        return QVariant();
+    });
+}
+
+void ControlService::Trash(const QByteArray &path)
+{
+    withRecord(path, [](TrackedFileStore &store, RecordId id) {
+        store.deleteNow(id);
+        return QVariant();
+    });
+}
+
+void ControlService::ShowPopover()
+{
+    Q_EMIT showPopoverRequested();
+}
+
+void ControlService::Quit()
+{
+    Q_EMIT quitRequested();
+}
+
+} // namespace dowsel

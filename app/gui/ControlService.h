@@ -1,0 +1,55 @@
+#pragma once
+
+#include "core/TrackedFileStore.h"
+
+#include <QDBusContext>
+#include <QObject>
+
+namespace dowsel {
+
+class CleanupService;
+class Preferences;
+
+inline constexpr auto dbusServiceName = "app.dowsel.Dowsel";
+inline constexpr auto dbusObjectPath = "/app/dowsel/Dowsel";
+inline constexpr auto dbusInterfaceName = "app.dowsel.Dowsel1";
+
+// The scripting surface on the session bus. Paths travel as byte arrays, so any file name
+// works; replies are sent when the store has answered, the main thread never waits.
+class ControlService final : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "app.dowsel.Dowsel1")
+public:
+    ControlService(TrackedFileActor &store, CleanupService &cleanup, Executor &mainExecutor, QObject *parent = nullptr);
+
+    // Claims the bus name and exports the object. False when another instance owns the name
+    // (or there is no session bus; `error` says which).
+    bool registerOnSessionBus(QString *error);
+
+public Q_SLOTS:
+    // JSON array of every tracked file: path, name, state, size and dates (ISO 8601).
+    QString ListFiles();
+    // Marks the tracked item at `path` temporary, for `duration` ("2h") or the default
+    // expiry when empty. Returns the expiry date (ISO 8601).
+    QString Keep(const QByteArray &path, const QString &duration);
+    void Dismiss(const QByteArray &path);
+    // Moves the tracked item at `path` to the Trash now.
+    void Trash(const QByteArray &path);
+    void ShowPopover();
+    void Quit();
+
+Q_SIGNALS:
+    void showPopoverRequested();
+    void quitRequested();
+
+private:
+    // Finds the record for the item at `path` on the store's worker and runs `then` there
+    // with its id; replies with an error when there is none.
+    void withRecord(const QByteArray &path, std::function<QVariant(TrackedFileStore &, RecordId)> then);
+
+    TrackedFileActor &m_store;
+    CleanupService &m_cleanup;
+    Executor &m_main;
+};
+
+} // namespace dowsel
