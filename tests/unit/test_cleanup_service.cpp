@@ -207,6 +207,7 @@ TEST_F(CleanupServiceTest, AFileRestoredFromTheTrashIsNotTrashedAgainByAnOldTime
     // The same after a trash by expiry: the record is gone, so nothing is left to fire.
     keep(again, 60);
     service->schedule(again, clock.now() + 60); // a second caller for the same record
+    settle();
     advance(60);
     restoreFromTrash("undo.pdf");
     advance(3600);
