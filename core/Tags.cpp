@@ -117,7 +117,8 @@ bool matchesArchive(const QByteArray &itemName, const QByteArray &archiveName)
     if (!itemName.startsWith(base + ' '))
         return false;
     const QList<uint> number = QString::fromUtf8(itemName.mid(base.size() + 1)).toUcs4();
-    return !number.isEmpty() && std::all_of(number.cbegin(), number.cend(), [](uint c) { return QChar::isNumber(char32_t(c)); });
+    const auto isNumber = [](uint c) { return QChar::isNumber(char32_t(c)); };
+    return !number.isEmpty() && std::all_of(number.cbegin(), number.cend(), isNumber);
 }
 
 QByteArray parentPath(const QByteArray &path)

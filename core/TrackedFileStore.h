@@ -64,7 +64,8 @@ public:
     std::vector<RecordSummary> allRecords();
     std::vector<TrackedFile> allTrackedFiles(); // full rows, for the popover and the D-Bus list
 
-    // Changes
+    // Changes. insertNew returns 0 when the row could not be written (the inode is tracked
+    // already, or the disk is full).
     RecordId insertNew(std::uint64_t inode, const QByteArray &path, const QByteArray &name, std::int64_t size);
     void replaceInode(std::uint64_t oldInode, std::uint64_t newInode, const QByteArray &path, const QByteArray &name,
                       std::int64_t size);

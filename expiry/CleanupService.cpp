@@ -108,8 +108,10 @@ void CleanupService::rehydrate(std::function<void()> done)
         const auto pending = m_store.call([](TrackedFileStore &store) { return store.temporaryExpiries(); }).get();
         for (const auto &expiry : pending)
             scheduleOnExecutor(expiry.id, expiry.expiresAt);
-        if (!pending.empty())
-            qCDebug(lcCleanup).noquote() << QStringLiteral("Rehydrate: scheduled %1 pending file(s)").arg(pending.size());
+        if (!pending.empty()) {
+            qCDebug(lcCleanup).noquote()
+                << QStringLiteral("Rehydrate: scheduled %1 pending file(s)").arg(pending.size());
+        }
         if (done)
             done();
     }));

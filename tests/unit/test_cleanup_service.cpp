@@ -197,7 +197,8 @@ TEST_F(CleanupServiceTest, AFileRestoredFromTheTrashIsNotTrashedAgainByAnOldTime
     onStore([=](TrackedFileStore &store) { store.deleteNow(id); });
     restoreFromTrash("undo.pdf");
     const QByteArray path = download("undo.pdf");
-    const RecordId again = onStore([=](TrackedFileStore &store) { return store.insertNew(inode, path, "undo.pdf", 8); });
+    const RecordId again =
+        onStore([=](TrackedFileStore &store) { return store.insertNew(inode, path, "undo.pdf", 8); });
     ASSERT_NE(again, id);
 
     advance(3600);

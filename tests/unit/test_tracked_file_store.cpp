@@ -4,7 +4,9 @@
 
 #include <QFile>
 
+#include <csignal>
 #include <sqlite3.h>
+#include <sys/wait.h>
 
 using namespace dowsel;
 using namespace dowsel::testing;
@@ -21,7 +23,8 @@ public:
     {
         sqlite3_stmt *statement = nullptr;
         QByteArray result;
-        if (sqlite3_prepare_v2(m_db, sql, -1, &statement, nullptr) == SQLITE_OK && sqlite3_step(statement) == SQLITE_ROW)
+        if (sqlite3_prepare_v2(m_db, sql, -1, &statement, nullptr) == SQLITE_OK
+            && sqlite3_step(statement) == SQLITE_ROW)
             result = QByteArray(reinterpret_cast<const char *>(sqlite3_column_text(statement, 0)));
         sqlite3_finalize(statement);
         return result;
@@ -65,6 +68,33 @@ TEST_F(TrackedFileStoreTest, RecordsSurviveReopeningWithExactBytesAndFullInodeRa
     EXPECT_EQ(raw.text("PRAGMA user_version"), "1");
     EXPECT_EQ(raw.text("PRAGMA journal_mode"), "wal");
     EXPECT_EQ(raw.text("SELECT state FROM tracked_file"), "temporary");
+}
+
+TEST_F(TrackedFileStoreTest, AKilledProcessLosesNothingItCommitted)
+{
+    store.reset();
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        // The child writes through its own store and dies without closing anything.
+        auto doomed = TrackedFileStore::open(databasePath(), clock, prefs, trash, nullptr);
+        const RecordId id = doomed ? doomed->insertNew(77, download("kept.pdf"), "kept.pdf", 5) : 0;
+        if (id > 0)
+            doomed->markTemporary(id, 600);
+        ::raise(SIGKILL);
+        ::_exit(1);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status));
+
+    QString error;
+    store = TrackedFileStore::open(databasePath(), clock, prefs, trash, &error);
+    ASSERT_TRUE(store) << error.toStdString();
+    const auto file = store->recordForInode(77);
+    ASSERT_TRUE(file);
+    EXPECT_EQ(file->state, FileState::temporary);
+    EXPECT_EQ(file->expiresAt, clock.now() + 600);
 }
 
 TEST_F(TrackedFileStoreTest, OpenRefusesFilesItCannotUseAndLeavesThemUntouched)
