@@ -1,0 +1,41 @@
+#pragma once
+
+#include "platform/FolderWatcher.h"
+
+#include <QHash>
+
+#include <mutex>
+#include <thread>
+
+namespace dowsel {
+
+// One inotify instance with a watch per folder, read by a thread of its own that sleeps in
+// poll() until the kernel has events. watchExactly is called from one thread at a time.
+class InotifyFolderWatcher final : public FolderWatcher {
+public:
+    InotifyFolderWatcher();
+    ~InotifyFolderWatcher() override;
+    InotifyFolderWatcher(const InotifyFolderWatcher &) = delete;
+    InotifyFolderWatcher &operator=(const InotifyFolderWatcher &) = delete;
+
+    void setChangeHandler(std::function<void()> onChange) override;
+    bool watchExactly(const std::vector<FolderEntry> &folders) override;
+
+private:
+    struct Watch {
+        int descriptor;
+        std::uint64_t inode;
+    };
+
+    void run();
+    void notifyChange();
+
+    int m_inotifyFd = -1;
+    int m_wakeFd = -1;
+    std::mutex m_handlerMutex;
+    std::function<void()> m_onChange;
+    QHash<QByteArray, Watch> m_watches; // the caller's thread only
+    std::thread m_thread;
+};
+
+} // namespace dowsel
