@@ -4,6 +4,7 @@
 
 #include <QSet>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <poll.h>
@@ -59,6 +60,15 @@ bool InotifyFolderWatcher::watchExactly(const std::vector<FolderEntry> &folders)
 {
     if (m_inotifyFd < 0)
         return false;
+    std::vector<int> dropped;
+    {
+        std::lock_guard lock(m_droppedMutex);
+        dropped.swap(m_droppedWatches);
+    }
+    m_watches.removeIf([&dropped](const auto &entry) {
+        return std::find(dropped.begin(), dropped.end(), entry.value().descriptor) != dropped.end();
+    });
+
     QHash<QByteArray, Watch> next;
     next.reserve(qsizetype(folders.size()));
     QSet<int> kept;
@@ -116,6 +126,10 @@ void InotifyFolderWatcher::run()
                 break;
             for (ssize_t offset = 0; offset < length;) {
                 const auto *event = reinterpret_cast<const inotify_event *>(buffer + offset);
+                if (event->mask & IN_IGNORED) {
+                    std::lock_guard lock(m_droppedMutex);
+                    m_droppedWatches.push_back(event->wd);
+                }
                 changed = changed || changesFolders(*event);
                 offset += ssize_t(sizeof(inotify_event) + event->len);
             }

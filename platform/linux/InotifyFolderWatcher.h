@@ -34,6 +34,10 @@ private:
     int m_wakeFd = -1;
     std::mutex m_handlerMutex;
     std::function<void()> m_onChange;
+    // Watches the kernel dropped because their folder was deleted; a new folder may come back
+    // under the same path, even with the same inode number.
+    std::mutex m_droppedMutex;
+    std::vector<int> m_droppedWatches;
     QHash<QByteArray, Watch> m_watches; // the caller's thread only
     std::thread m_thread;
 };
