@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <string_view>
 
 #include <dirent.h>
@@ -46,38 +47,57 @@ bool isPackageExtension(QByteArrayView extension)
     return contains(skippedPackageExtensions, QString::fromUtf8(extension).toLower().toUtf8());
 }
 
+// Reads directories with getdents64 into one buffer per depth, opening each folder relative
+// to its parent: no path is resolved twice and no entry is stat'ed when its type is known.
 class Crawler {
 public:
     explicit Crawler(std::vector<FolderEntry> &found) : m_found(found) {}
 
-    void walk(DIR *dir, QByteArray &path, dev_t device, bool atHome)
+    void walk(int dirFd, QByteArray &path, dev_t device, std::size_t depth)
     {
-        while (const dirent *entry = ::readdir(dir)) {
-            const QByteArrayView name(entry->d_name);
-            if (name == "." || name == ".." || !isFolder(dir, *entry))
-                continue;
-            if (isSkippedFolderName(name) || (atHome && name == "Library"))
-                continue;
-            const qsizetype parentLength = path.size();
-            path.append('/').append(name);
-            enter(dir, *entry, path, device);
-            path.truncate(parentLength);
+        char *buffer = bufferAt(depth);
+        for (;;) {
+            const ssize_t length = ::getdents64(dirFd, buffer, bufferSize);
+            if (length <= 0)
+                return;
+            for (ssize_t offset = 0; offset < length;) {
+                const auto *entry = reinterpret_cast<const dirent64 *>(buffer + offset);
+                offset += entry->d_reclen;
+                const QByteArrayView name(entry->d_name);
+                if (name == "." || name == ".." || !isFolder(dirFd, *entry))
+                    continue;
+                if (isSkippedFolderName(name) || (depth == 0 && name == "Library"))
+                    continue;
+                const qsizetype parentLength = path.size();
+                path.append('/').append(name);
+                enter(dirFd, *entry, path, device, depth + 1);
+                path.truncate(parentLength);
+            }
         }
     }
 
 private:
-    static bool isFolder(DIR *dir, const dirent &entry)
+    static constexpr std::size_t bufferSize = 32 * 1024;
+
+    char *bufferAt(std::size_t depth)
+    {
+        while (m_buffers.size() <= depth)
+            m_buffers.push_back(std::make_unique<char[]>(bufferSize));
+        return m_buffers[depth].get();
+    }
+
+    static bool isFolder(int dirFd, const dirent64 &entry)
     {
         if (entry.d_type != DT_UNKNOWN)
             return entry.d_type == DT_DIR;
         // Some file systems do not fill in the type.
         struct stat status;
-        return ::fstatat(::dirfd(dir), entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(status.st_mode);
+        return ::fstatat(dirFd, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(status.st_mode);
     }
 
-    void enter(DIR *parent, const dirent &entry, QByteArray &path, dev_t device)
+    void enter(int parentFd, const dirent64 &entry, QByteArray &path, dev_t device, std::size_t depth)
     {
-        const int fd = ::openat(::dirfd(parent), entry.d_name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        const int fd = ::openat(parentFd, entry.d_name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
         if (fd < 0) {
             // Gone or replaced by a link since it was listed: not a folder any more. Otherwise
             // (no permission, too many open folders) it is listed without its contents.
@@ -86,25 +106,16 @@ private:
             return;
         }
         struct stat status;
-        if (::fstat(fd, &status) != 0) {
-            ::close(fd);
-            return;
+        if (::fstat(fd, &status) == 0) {
+            m_found.push_back({path, std::uint64_t(status.st_ino)});
+            if (status.st_dev == device)
+                walk(fd, path, device, depth);
         }
-        m_found.push_back({path, std::uint64_t(status.st_ino)});
-        if (status.st_dev != device) {
-            ::close(fd);
-            return;
-        }
-        DIR *dir = ::fdopendir(fd);
-        if (!dir) {
-            ::close(fd);
-            return;
-        }
-        walk(dir, path, device, false);
-        ::closedir(dir);
+        ::close(fd);
     }
 
     std::vector<FolderEntry> &m_found;
+    std::vector<std::unique_ptr<char[]>> m_buffers;
 };
 
 } // namespace
@@ -123,20 +134,14 @@ std::vector<FolderEntry> crawlFolders(const QByteArray &homePath)
 {
     std::vector<FolderEntry> found;
     const int fd = ::open(homePath.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0)
+        return found;
     struct stat status;
-    if (fd < 0 || ::fstat(fd, &status) != 0) {
-        if (fd >= 0)
-            ::close(fd);
-        return found;
+    if (::fstat(fd, &status) == 0) {
+        QByteArray path = homePath;
+        Crawler(found).walk(fd, path, status.st_dev, 0);
     }
-    DIR *dir = ::fdopendir(fd);
-    if (!dir) {
-        ::close(fd);
-        return found;
-    }
-    QByteArray path = homePath;
-    Crawler(found).walk(dir, path, status.st_dev, true);
-    ::closedir(dir);
+    ::close(fd);
     return found;
 }
 
