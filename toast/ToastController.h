@@ -3,6 +3,7 @@
 #include "core/TrackedFileStore.h"
 #include "input/MoreMenuViewModel.h"
 #include "input/TimeInputViewModel.h"
+#include "move/MoveInputViewModel.h"
 #include "platform/FocusTracker.h"
 #include "platform/Time.h"
 #include "toast/ShareTargets.h"
@@ -21,6 +22,8 @@ namespace dowsel {
 class CleanupService;
 class Clipboard;
 class FileMover;
+class FolderIndex;
+class MoveMRU;
 class Preferences;
 class ProcessLauncher;
 class Workspace;
@@ -45,6 +48,8 @@ public:
         Clipboard &clipboard;
         ProcessLauncher &launcher;
         FileMover &mover;
+        FolderIndex &folderIndex;
+        MoveMRU &moveMRU;
         std::function<std::vector<ShareTarget>()> shareTargets = [] { return availableShareTargets(); };
     };
 
@@ -88,8 +93,14 @@ public:
     void submitTimeInput();
     void closeTimeInput();
 
-    // The move input's folder chooser.
+    // The move input: search as the query changes, move to the highlighted row, create the
+    // folder the query names, or choose one in a dialog.
+    void openMoveInput();
+    void moveQueryChanged(const QString &query);
+    void submitMove();
+    void createFolderAndMove();
     void browseForFolder();
+    void closeMoveInput();
 
     void openMoreMenu();
     void closeMoreMenu(bool restoreFocus = true);
@@ -130,6 +141,7 @@ public:
     HintPhase demoPhase() const { return m_demoPhase; }
     std::optional<FocusTracker::WindowHandle> previouslyActiveApp() const { return m_previouslyActiveApp; }
 
+    MoveInputViewModel &moveInputModel() { return m_moveInputModel; }
     TimeInputViewModel &timeInputModel() { return m_timeInputModel; }
     MoreMenuViewModel &moreMenuModel() { return m_moreMenuModel; }
 
@@ -158,6 +170,7 @@ private:
     auto whileAlive(F work);
 
     Services m_services;
+    MoveInputViewModel m_moveInputModel;
     TimeInputViewModel m_timeInputModel;
     MoreMenuViewModel m_moreMenuModel;
 
