@@ -68,6 +68,7 @@ ToastController::ToastController(Services services, QObject *parent)
 ToastController::~ToastController()
 {
     m_services.scheduler.cancel(m_countdownTask);
+    m_services.scheduler.cancel(m_showTask);
     m_services.scheduler.cancel(m_actionDemoSurfaceWatchdog);
 }
 
@@ -224,17 +225,22 @@ void ToastController::showToast()
         m_currentScreen = screen;
     refreshToast();
     m_panel->orderIn(!(m_currentScreen && m_currentScreen->hasNotch));
-    m_services.scheduler.scheduleAfter(showDelay, m_services.mainExecutor,
-                                       whileAlive([this, shown = std::weak_ptr<ToastPanel>(m_panel)] {
-                                           if (m_state != DynamicIslandToastState::hidden || shown.lock() != m_panel)
-                                               return;
-                                           m_state = DynamicIslandToastState::visible;
-                                           refreshToast();
-                                       }));
+    m_services.scheduler.cancel(m_showTask);
+    m_showTask = m_services.scheduler.scheduleAfter(
+        showDelay, m_services.mainExecutor, whileAlive([this, shown = std::weak_ptr<ToastPanel>(m_panel)] {
+            m_showTask = Scheduler::invalidTimer;
+            if (m_state != DynamicIslandToastState::hidden || shown.lock() != m_panel)
+                return;
+            m_state = DynamicIslandToastState::visible;
+            refreshToast();
+        }));
 }
 
 void ToastController::hideToast()
 {
+    // A hide within the show delay must not be undone by the pending show step.
+    m_services.scheduler.cancel(m_showTask);
+    m_showTask = Scheduler::invalidTimer;
     m_services.scheduler.cancel(m_countdownTask);
     m_countdownTask = Scheduler::invalidTimer;
     m_pausedRemaining.reset();

@@ -199,6 +199,7 @@ private:
     int m_activeCountdownSeconds = countdownTotal;
     Date m_countdownDeadline = 0;
     Scheduler::TimerId m_countdownTask = Scheduler::invalidTimer;
+    Scheduler::TimerId m_showTask = Scheduler::invalidTimer;
     std::optional<Seconds> m_pausedRemaining;
     std::optional<ToastScreen> m_currentScreen;
     std::optional<FocusTracker::WindowHandle> m_previouslyActiveApp;

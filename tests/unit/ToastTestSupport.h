@@ -51,6 +51,14 @@ protected:
         });
     }
 
+    // A file in Downloads with its record (the store now belongs to the actor).
+    RecordId track(const QByteArray &name, const QByteArray &content = "content")
+    {
+        const std::uint64_t inode = writeFile(download(name), content);
+        EXPECT_NE(inode, 0u) << name.constData();
+        return records->insertNew(inode, download(name), name, content.size());
+    }
+
     // A new download with its record, handed to the controller as the file processor does.
     RecordId arrive(const QByteArray &name, const QByteArray &content = "content")
     {

@@ -201,6 +201,7 @@ TEST_F(ToastActions, MoveIntoASearchedFolderRecordsTheDestination)
     EXPECT_FALSE(isVisible());
     EXPECT_EQ(focus.active, 42u);
 
+    clock.advance(1);
     arrive("b.pdf");
     clock.advance(ToastController::showDelay);
     controller->openMoveInput();

@@ -190,6 +190,17 @@ TEST_F(ArchiveExpiry, WithTheSettingOffTheFolderGetsAToast)
     EXPECT_EQ(host.currentPanel()->lastInput.files[0].fileSize, "Folder");
 }
 
+TEST_F(ToastCountdown, AHideWithinTheShowDelayStaysHidden)
+{
+    const RecordId id = arrive("a.pdf");
+    controller->dismissAll();
+    clock.advance(1);
+    EXPECT_FALSE(isVisible());
+    EXPECT_FALSE(host.currentPanel()->onScreen);
+    EXPECT_TRUE(controller->toastEntries().empty());
+    EXPECT_EQ(stateOf(id), FileState::dismissed);
+}
+
 TEST_F(ToastCountdown, TopInsetIsCappedAndFallsBackWithoutAScreen)
 {
     arrive("a.pdf");
