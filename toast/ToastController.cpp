@@ -63,6 +63,17 @@ auto ToastController::whileAlive(F work)
 ToastController::ToastController(Services services, QObject *parent)
     : QObject(parent), m_services(std::move(services)), m_moveInputModel(m_services.folderIndex.homePath())
 {
+    // Runs on the mover's background worker: only hand the figures to the main thread.
+    m_services.mover.setProgressObserver([this, alive = std::weak_ptr<int>(m_lifetime), &main = m_services.mainExecutor](
+                                             const QByteArray &source, std::int64_t copied, std::int64_t total) {
+        if (total >= 2 * progressStep && (copied % progressStep == 0 || copied == total)) {
+            main.post([this, alive, name = displayText(fileNameOf(source)), copied, total] {
+                if (!alive.expired())
+                    Q_EMIT moveProgress(name, copied, total);
+            });
+        }
+        return true;
+    });
 }
 
 ToastController::~ToastController()

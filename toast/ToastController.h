@@ -62,6 +62,7 @@ public:
     static constexpr Seconds closeDelay = 0.22;
     static constexpr double topInsetCap = 14;
     static constexpr double topInsetFallback = 16;
+    static constexpr qint64 progressStep = 4 << 20;
 
     explicit ToastController(Services services, QObject *parent = nullptr);
     ~ToastController() override;
@@ -148,6 +149,8 @@ public:
 Q_SIGNALS:
     // After every refresh: the view input or a surface flag may have changed.
     void changed();
+    // A large file being copied to another file system by a move, every few megabytes.
+    void moveProgress(const QString &fileName, qint64 copied, qint64 total);
 
 private:
     struct NewFileInfo;

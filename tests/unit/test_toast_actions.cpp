@@ -255,6 +255,36 @@ TEST_F(ToastActions, BrowsingMovesToTheChosenFolderOrResumesOnCancel)
     EXPECT_FALSE(isVisible());
 }
 
+TEST_F(ToastActions, ACrossDeviceMoveReportsProgressAndRevealsAfterTheCopy)
+{
+    QTemporaryDir onTmpfs(QStringLiteral("/dev/shm/dowsel-test-XXXXXX"));
+    struct stat shm;
+    struct stat disk;
+    if (!onTmpfs.isValid() || ::stat(downloads.constData(), &disk) != 0
+        || ::stat(QFile::encodeName(onTmpfs.path()).constData(), &shm) != 0 || shm.st_dev == disk.st_dev)
+        GTEST_SKIP() << "needs /dev/shm on another file system than the temporary folder";
+    const QByteArray big(9 << 20, 'b');
+    const RecordId id = arrive("big.iso", big);
+    std::vector<qint64> progress;
+    QObject::connect(controller.get(), &ToastController::moveProgress,
+                     [&](const QString &name, qint64 copied, qint64 total) {
+                         EXPECT_EQ(name, "big.iso");
+                         EXPECT_EQ(total, big.size());
+                         progress.push_back(copied);
+                     });
+    controller->performMove(QFile::encodeName(onTmpfs.path()));
+    EXPECT_FALSE(isVisible());
+    EXPECT_EQ(stateOf(id), FileState::dismissed);
+    EXPECT_TRUE(workspace.revealed.empty());
+    EXPECT_TRUE(exists(download("big.iso"))); // still copying
+
+    background.runAll();
+    EXPECT_FALSE(exists(download("big.iso")));
+    EXPECT_EQ(progress, (std::vector<qint64>{4 << 20, 8 << 20, 9 << 20}));
+    ASSERT_EQ(workspace.revealed.size(), 1u);
+    EXPECT_EQ(workspace.revealed[0], std::vector<QByteArray>{QFile::encodeName(onTmpfs.path()) + "/big.iso"});
+}
+
 TEST_F(ToastActions, ResigningActiveCancelsTheOpenInput)
 {
     arrive("a.pdf");
