@@ -64,7 +64,8 @@ ToastController::ToastController(Services services, QObject *parent)
     : QObject(parent), m_services(std::move(services)), m_moveInputModel(m_services.folderIndex.homePath())
 {
     // Runs on the mover's background worker: only hand the figures to the main thread.
-    m_services.mover.setProgressObserver([this, alive = std::weak_ptr<int>(m_lifetime), &main = m_services.mainExecutor](
+    const std::weak_ptr<int> alive = m_lifetime;
+    m_services.mover.setProgressObserver([this, alive, &main = m_services.mainExecutor](
                                              const QByteArray &source, std::int64_t copied, std::int64_t total) {
         if (total >= 2 * progressStep && (copied % progressStep == 0 || copied == total)) {
             main.post([this, alive, name = displayText(fileNameOf(source)), copied, total] {
@@ -118,8 +119,9 @@ void ToastController::continueNewFile(RecordId id, const NewFileInfo &info)
         m_actionDemoFileId = id;
     } else if (info.inheritedExpiry) {
         m_services.cleanupService.schedule(id, *info.inheritedExpiry);
-        qCDebug(lcToast).noquote() << "handleNewFile: " + displayText(info.file->fileName) + " inherited archive expiry "
-                                          + dateText(*info.inheritedExpiry) + ", skipping toast";
+        qCDebug(lcToast).noquote() << "handleNewFile: " + displayText(info.file->fileName)
+                                          + " inherited archive expiry " + dateText(*info.inheritedExpiry)
+                                          + ", skipping toast";
         return;
     }
     m_toastEntries.push_back({id, info.file->fileName, info.file->filePath, info.file->fileSize});
