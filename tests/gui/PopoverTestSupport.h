@@ -105,6 +105,7 @@ protected:
         popover->showNear(QRect(600, 0, 22, 22), page);
         ASSERT_TRUE(settle([&] { return updates > 0; }));
         QObject::disconnect(connection);
+        settle(); // a read queued behind the first may hold newer news
     }
 
     QTemporaryDir dir;
