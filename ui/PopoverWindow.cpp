@@ -15,6 +15,7 @@
 #include <QCursor>
 #include <QGuiApplication>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QListView>
 #include <QMenu>
@@ -226,6 +227,14 @@ void PopoverWindow::hideEvent(QHideEvent *event)
 {
     m_ticker->stop();
     QWidget::hideEvent(event);
+}
+
+void PopoverWindow::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape)
+        hide();
+    else
+        QWidget::keyPressEvent(event);
 }
 
 void PopoverWindow::refresh()
