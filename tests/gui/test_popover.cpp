@@ -1,0 +1,186 @@
+#include "PopoverTestSupport.h"
+
+#include "ui/PopoverItemDelegate.h"
+#include "ui/PopoverListModel.h"
+
+#include <QLabel>
+#include <QListView>
+#include <QMenu>
+
+using namespace dowsel;
+using namespace dowsel::testing;
+
+namespace {
+
+using RowKind = PopoverListModel::RowKind;
+
+class PopoverTest : public PopoverFixture {
+protected:
+    QListView *list() { return popover->findChild<QListView *>(QStringLiteral("fileList")); }
+    QWidget *emptyState() { return popover->findChild<QWidget *>(QStringLiteral("emptyState")); }
+    QRect rowRect(int row) { return list()->visualRect(popover->model().index(row)); }
+
+    QStringList rowNames()
+    {
+        QStringList names;
+        PopoverListModel &model = popover->model();
+        for (int row = 0; row < model.rowCount(); ++row) {
+            if (model.fileAt(row))
+                names.append(model.index(row).data().toString());
+        }
+        return names;
+    }
+
+    // Waits for the next read of the store to reach the lists.
+    bool nextUpdate(const std::function<void()> &change)
+    {
+        int updates = 0;
+        const auto connection = QObject::connect(popover.get(), &PopoverWindow::listsUpdated, [&] { ++updates; });
+        change();
+        const bool updated = settle([&] { return updates > 0; });
+        QObject::disconnect(connection);
+        settle(); // and whatever read was queued behind it
+        return updated;
+    }
+};
+
+TEST_F(PopoverTest, ShowsTheEmptyStateThenARowOnceTheStoreHasATemporaryFile)
+{
+    addFile("still-downloading.pdf", FileState::unprocessed);
+    openPopover();
+    EXPECT_TRUE(emptyState()->isVisible());
+    EXPECT_FALSE(list()->isVisible());
+    EXPECT_EQ(popover->findChild<QLabel *>(QStringLiteral("emptyMessage"))->text(),
+              QStringLiteral("Downloads folder is clean"));
+    EXPECT_EQ(popover->size(), PopoverWindow::fixedSize);
+
+    RecordId id = 0;
+    ASSERT_TRUE(nextUpdate([&] { id = addFile("report final.pdf", FileState::temporary); }));
+    EXPECT_FALSE(emptyState()->isVisible());
+    EXPECT_TRUE(list()->isVisible());
+    PopoverListModel &model = popover->model();
+    ASSERT_EQ(model.rowCount(), 2);
+    EXPECT_EQ(model.kindAt(0), RowKind::temporaryHeader);
+    EXPECT_EQ(model.index(0).data().toString(), QStringLiteral("Temporary — auto-delete"));
+    EXPECT_EQ(model.index(1).data().toString(), QStringLiteral("report final.pdf"));
+    EXPECT_EQ(model.index(1).data(PopoverListModel::RecordIdRole).toLongLong(), id);
+    EXPECT_EQ(model.index(1).data(PopoverListModel::CountdownTextRole).toString(), QStringLiteral("1h"));
+    EXPECT_EQ(model.index(1).data(PopoverListModel::SizeLabelRole).toString(), QStringLiteral("7 bytes"));
+}
+
+TEST_F(PopoverTest, ABurstOfChangesIsReadOnceAndEndsWithTheLatestState)
+{
+    openPopover();
+    int updates = 0;
+    QObject::connect(popover.get(), &PopoverWindow::listsUpdated, [&updates] { ++updates; });
+    for (int i = 0; i < 20; ++i)
+        addFile("burst-" + QByteArray::number(i) + ".zip", FileState::temporary);
+    settle();
+    EXPECT_EQ(updates, 1);
+    EXPECT_EQ(rowNames().size(), 20);
+}
+
+TEST_F(PopoverTest, KeepAllInTheHeaderKeepsEveryTemporaryFileAndMovesThemToTheIgnoredSection)
+{
+    const RecordId a = addFile("a.pdf", FileState::temporary);
+    clock.advance(60);
+    const RecordId b = addFile("b.pdf", FileState::temporary);
+    openPopover();
+    EXPECT_EQ(rowNames(), (QStringList{"a.pdf", "b.pdf"}));
+
+    ASSERT_TRUE(nextUpdate(
+        [&] { click(list()->viewport(), PopoverItemDelegate::keepAllRect(rowRect(0), list()->font()).center()); }));
+    EXPECT_EQ(record(a)->state, FileState::dismissed);
+    EXPECT_EQ(record(b)->state, FileState::dismissed);
+    PopoverListModel &model = popover->model();
+    ASSERT_EQ(model.rowCount(), 1); // the folded ignored section
+    EXPECT_EQ(model.kindAt(0), RowKind::ignoredHeader);
+    EXPECT_EQ(model.index(0).data(PopoverListModel::IgnoredCountRole).toInt(), 2);
+    EXPECT_TRUE(trash.paths().isEmpty());
+}
+
+TEST_F(PopoverTest, TheIgnoredSectionUnfoldsAndMarksAFileTemporaryWithTheDefaultExpiry)
+{
+    const RecordId id = addFile("left alone.txt", FileState::dismissed);
+    addFile("other.txt", FileState::dismissed);
+    prefs.setValue(prefkeys::expiryValue, 30);
+    prefs.setValue(prefkeys::expiryUnit, QStringLiteral("minutes"));
+    openPopover();
+    PopoverListModel &model = popover->model();
+    ASSERT_EQ(model.rowCount(), 1);
+    EXPECT_FALSE(model.index(0).data(PopoverListModel::ExpandedRole).toBool());
+
+    click(list()->viewport(), rowRect(0).center());
+    ASSERT_EQ(model.rowCount(), 3);
+    EXPECT_TRUE(model.isIgnoredExpanded());
+    EXPECT_EQ(rowNames(), (QStringList{"left alone.txt", "other.txt"}));
+
+    ASSERT_TRUE(nextUpdate([&] {
+        click(list()->viewport(), PopoverItemDelegate::markButtonRect(rowRect(1), list()->font()).center());
+    }));
+    const auto marked = record(id);
+    EXPECT_EQ(marked->state, FileState::temporary);
+    EXPECT_EQ(marked->expiresAt, clock.now() + 30 * 60);
+    {
+        std::lock_guard lock(mutex);
+        ASSERT_EQ(scheduled.size(), 1u);
+        EXPECT_EQ(scheduled[0].first, id);
+        EXPECT_EQ(scheduled[0].second, *marked->expiresAt);
+    }
+    EXPECT_EQ(model.kindAt(0), RowKind::temporaryHeader);
+    EXPECT_EQ(model.index(1).data().toString(), QStringLiteral("left alone.txt"));
+    EXPECT_EQ(model.index(2).data(PopoverListModel::IgnoredCountRole).toInt(), 1);
+
+    // Opening the popover again starts with the section folded.
+    popover->hide();
+    openPopover();
+    EXPECT_FALSE(model.isIgnoredExpanded());
+}
+
+TEST_F(PopoverTest, RowClicksRevealAndTheRowMenuKeepsOrDeletes)
+{
+    const RecordId kept = addFile("kept.pdf", FileState::temporary);
+    clock.advance(1);
+    const RecordId deleted = addFile("-deleted \"x\".pdf", FileState::temporary);
+    openPopover();
+
+    click(list()->viewport(), rowRect(1).topLeft() + QPoint(60, 10));
+    EXPECT_EQ(revealed, QByteArrayList{downloads + "/kept.pdf"});
+
+    const auto menuFor = [&](int row) {
+        click(list()->viewport(), PopoverItemDelegate::menuButtonRect(rowRect(row)).center());
+        QMenu *menu = popover->findChild<QMenu *>(QStringLiteral("rowMenu"));
+        EXPECT_TRUE(menu);
+        return menu;
+    };
+    QMenu *menu = menuFor(2);
+    ASSERT_TRUE(menu);
+    ASSERT_EQ(menu->actions().size(), 2);
+    EXPECT_EQ(menu->actions()[1]->text(), QStringLiteral("Delete"));
+    ASSERT_TRUE(nextUpdate([&] { menu->actions()[1]->trigger(); }));
+    menu->close();
+    settle();
+    EXPECT_FALSE(record(deleted));
+    EXPECT_EQ(trash.paths(), QByteArrayList{downloads + "/-deleted \"x\".pdf"});
+
+    menu = menuFor(1);
+    ASSERT_TRUE(menu);
+    EXPECT_EQ(menu->actions()[0]->text(), QStringLiteral("Keep"));
+    ASSERT_TRUE(nextUpdate([&] { menu->actions()[0]->trigger(); }));
+    EXPECT_EQ(record(kept)->state, FileState::dismissed);
+    EXPECT_EQ(revealed.size(), 1); // the menu clicks revealed nothing
+}
+
+TEST_F(PopoverTest, AFileThatVanishesLeavesTheIgnoredListAtTheNextOpening)
+{
+    addFile("gone.txt", FileState::dismissed);
+    openPopover();
+    EXPECT_EQ(popover->model().ignoredCount(), 1);
+    popover->hide();
+    ASSERT_EQ(::unlink((downloads + "/gone.txt").constData()), 0);
+    openPopover();
+    EXPECT_TRUE(popover->model().isEmpty());
+    EXPECT_TRUE(emptyState()->isVisible());
+}
+
+} // namespace

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QHash>
+#include <QIcon>
+#include <QStyledItemDelegate>
+
+namespace dowsel {
+
+class Preferences;
+
+// Draws the popover's rows and section headers and turns clicks on their parts into signals.
+// Nothing here touches the disk: icons come from the file name's type and the icon theme.
+class PopoverItemDelegate final : public QStyledItemDelegate {
+    Q_OBJECT
+public:
+    explicit PopoverItemDelegate(const Preferences &prefs, QObject *parent = nullptr);
+
+    // Where the clickable parts sit inside a row drawn with `font`.
+    static QRect keepAllRect(const QRect &row, const QFont &font);
+    static QRect menuButtonRect(const QRect &row);
+    static QRect countdownRect(const QRect &row, const QFont &font, const QString &text);
+    static QRect markButtonRect(const QRect &row, const QFont &font);
+
+    void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
+    QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
+    bool editorEvent(QEvent *event, QAbstractItemModel *model, const QStyleOptionViewItem &option,
+                     const QModelIndex &index) override;
+    bool helpEvent(QHelpEvent *event, QAbstractItemView *view, const QStyleOptionViewItem &option,
+                   const QModelIndex &index) override;
+
+Q_SIGNALS:
+    void keepAllClicked();
+    void ignoredHeaderClicked();
+    void revealClicked(int row);
+    void menuClicked(int row, const QPoint &globalPosition);
+    void markTemporaryClicked(int row);
+
+private:
+    void paintHeader(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
+    void paintFile(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
+    void paintCountdown(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
+    void paintMarkButton(QPainter *painter, const QStyleOptionViewItem &option) const;
+    QIcon iconFor(const QModelIndex &index) const;
+
+    const Preferences &m_prefs;
+    mutable QHash<QString, QIcon> m_icons; // by icon name
+};
+
+} // namespace dowsel

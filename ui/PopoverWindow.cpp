@@ -1,0 +1,335 @@
+#include "ui/PopoverWindow.h"
+
+#include "app/PermissionsManager.h"
+#include "core/QtExecutor.h"
+#include "platform/Time.h"
+#include "ui/FileManager.h"
+#include "ui/PopoverItemDelegate.h"
+#include "ui/PopoverListModel.h"
+#include "ui/PopoverStyle.h"
+#include "ui/SettingsPage.h"
+#include "ui/model/PopoverLists.h"
+#include "ui/model/PopoverPlacement.h"
+
+#include <QCoreApplication>
+#include <QCursor>
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QListView>
+#include <QMenu>
+#include <QPainter>
+#include <QPointer>
+#include <QScreen>
+#include <QScrollArea>
+#include <QStackedWidget>
+#include <QTimer>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace dowsel {
+
+namespace {
+
+// Replies from the store's worker come back through the application object, which outlives
+// every window; each reply checks that its window still exists.
+Executor &mainThread()
+{
+    static QtExecutor executor(QCoreApplication::instance());
+    return executor;
+}
+
+QToolButton *headerButton(const QString &text, const QString &help, const QString &name, QWidget *parent)
+{
+    auto *button = new QToolButton(parent);
+    button->setObjectName(name);
+    button->setText(text);
+    button->setToolTip(help);
+    button->setAutoRaise(true);
+    button->setFixedSize(28, 28);
+    QFont font = button->font();
+    font.setPointSizeF(font.pointSizeF() * 1.3);
+    button->setFont(font);
+    return button;
+}
+
+QWidget *header(QWidget *parent)
+{
+    auto *bar = new QWidget(parent);
+    bar->setFixedHeight(44);
+    auto *layout = new QHBoxLayout(bar);
+    layout->setContentsMargins(16, 8, 10, 8);
+    layout->setSpacing(6);
+    return bar;
+}
+
+} // namespace
+
+PopoverWindow::PopoverWindow(PopoverServices services, QWidget *parent)
+    : QWidget(parent, Qt::Popup | Qt::FramelessWindowHint),
+      m_services(std::move(services)),
+      m_model(new PopoverListModel(this)),
+      m_delegate(new PopoverItemDelegate(m_services.prefs, this)),
+      m_ticker(new QTimer(this))
+{
+    if (!m_services.reveal)
+        m_services.reveal = revealInFileManager;
+    setObjectName(QStringLiteral("popover"));
+    setFixedSize(fixedSize);
+    setAttribute(Qt::WA_DeleteOnClose, false);
+
+    m_pages = new QStackedWidget(this);
+    m_pages->addWidget(buildFilesPage());
+    m_pages->addWidget(buildSettingsPage());
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_pages);
+
+    m_ticker->setInterval(countdownTickMilliseconds);
+    connect(m_ticker, &QTimer::timeout, this, &PopoverWindow::tick);
+
+    connect(m_delegate, &PopoverItemDelegate::keepAllClicked, this, &PopoverWindow::keepAll);
+    connect(m_delegate, &PopoverItemDelegate::ignoredHeaderClicked, this,
+            [this] { m_model->setIgnoredExpanded(!m_model->isIgnoredExpanded()); });
+    connect(m_delegate, &PopoverItemDelegate::revealClicked, this, &PopoverWindow::revealRow);
+    connect(m_delegate, &PopoverItemDelegate::menuClicked, this, &PopoverWindow::showRowMenu);
+    connect(m_delegate, &PopoverItemDelegate::markTemporaryClicked, this, [this](int row) {
+        if (const TrackedFile *file = m_model->fileAt(row))
+            markTemporary(file->id);
+    });
+    updateEmptyState();
+}
+
+PopoverWindow::~PopoverWindow() = default;
+
+QWidget *PopoverWindow::buildFilesPage()
+{
+    auto *page = new QWidget(this);
+    auto *bar = header(page);
+    auto *title = new QLabel(QStringLiteral("Dowsel"), bar);
+    title->setFont(popoverstyle::headlineFont(font()));
+    auto *gear = headerButton(QStringLiteral("⚙"), tr("Settings"), QStringLiteral("settingsButton"), bar);
+    connect(gear, &QToolButton::clicked, this, [this] { showPage(Page::settings); });
+    bar->layout()->addWidget(title);
+    static_cast<QHBoxLayout *>(bar->layout())->addStretch(1);
+    bar->layout()->addWidget(gear);
+
+    m_list = new QListView(page);
+    m_list->setObjectName(QStringLiteral("fileList"));
+    m_list->setModel(m_model);
+    m_list->setItemDelegate(m_delegate);
+    m_list->setFrameShape(QFrame::NoFrame);
+    m_list->setSelectionMode(QAbstractItemView::NoSelection);
+    m_list->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_list->setLayoutMode(QListView::Batched);
+    m_list->setMouseTracking(true);
+    m_list->viewport()->setAttribute(Qt::WA_Hover);
+    m_list->viewport()->setAutoFillBackground(false);
+
+    m_emptyState = new QWidget(page);
+    m_emptyState->setObjectName(QStringLiteral("emptyState"));
+    auto *symbol = new QLabel(m_emptyState);
+    symbol->setPixmap(popoverstyle::checkCircle(32, popoverstyle::secondaryText(palette()), false, devicePixelRatioF()));
+    symbol->setAlignment(Qt::AlignCenter);
+    auto *message = new QLabel(tr("Downloads folder is clean"), m_emptyState);
+    message->setObjectName(QStringLiteral("emptyMessage"));
+    message->setAlignment(Qt::AlignCenter);
+    QPalette secondary = message->palette();
+    secondary.setColor(QPalette::WindowText, popoverstyle::secondaryText(palette()));
+    message->setPalette(secondary);
+    auto *emptyLayout = new QVBoxLayout(m_emptyState);
+    emptyLayout->addStretch(1);
+    emptyLayout->addWidget(symbol);
+    emptyLayout->addWidget(message);
+    emptyLayout->addStretch(1);
+
+    m_filesContent = new QStackedWidget(page);
+    m_filesContent->addWidget(m_emptyState);
+    m_filesContent->addWidget(m_list);
+
+    auto *layout = new QVBoxLayout(page);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(bar);
+    layout->addWidget(m_filesContent, 1);
+    return page;
+}
+
+QWidget *PopoverWindow::buildSettingsPage()
+{
+    auto *page = new QWidget(this);
+    auto *bar = header(page);
+    auto *back = headerButton(QStringLiteral("‹"), tr("Back"), QStringLiteral("backButton"), bar);
+    connect(back, &QToolButton::clicked, this, [this] { showPage(Page::files); });
+    auto *title = new QLabel(tr("Settings"), bar);
+    title->setFont(popoverstyle::headlineFont(font()));
+    bar->layout()->addWidget(back);
+    bar->layout()->addWidget(title);
+    static_cast<QHBoxLayout *>(bar->layout())->addStretch(1);
+
+    m_settings = new SettingsPage(m_services.prefs, m_services.permissions, m_services.blockedShortcuts);
+    connect(m_settings, &SettingsPage::replayOnboardingRequested, this, &PopoverWindow::replayOnboardingRequested);
+    connect(m_settings, &SettingsPage::practiceFileRequested, this, &PopoverWindow::practiceFileRequested);
+    auto *scroll = new QScrollArea(page);
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setWidgetResizable(true);
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroll->setWidget(m_settings);
+
+    auto *layout = new QVBoxLayout(page);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(bar);
+    layout->addWidget(scroll, 1);
+    return page;
+}
+
+void PopoverWindow::showNear(const QRect &trayIcon, Page page)
+{
+    const QRect anchor = trayIcon.isValid() ? trayIcon : QRect(QCursor::pos(), QSize());
+    QScreen *screen = QGuiApplication::screenAt(anchor.center());
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    if (screen)
+        move(popoverPosition(anchor, fixedSize, screen->availableGeometry()));
+    m_model->setIgnoredExpanded(false);
+    showPage(page);
+    show();
+    raise();
+    activateWindow();
+}
+
+PopoverWindow::Page PopoverWindow::currentPage() const
+{
+    return m_pages->currentIndex() == 1 ? Page::settings : Page::files;
+}
+
+void PopoverWindow::showPage(Page page)
+{
+    if (page == Page::settings)
+        m_settings->reload(); // also refreshes the permissions
+    m_pages->setCurrentIndex(page == Page::settings ? 1 : 0);
+}
+
+void PopoverWindow::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    tick();
+    m_ticker->start();
+    // Always read afresh: files may have vanished from disk without a change in the store.
+    startFetch();
+}
+
+void PopoverWindow::hideEvent(QHideEvent *event)
+{
+    m_ticker->stop();
+    QWidget::hideEvent(event);
+}
+
+void PopoverWindow::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape)
+        hide();
+    else
+        QWidget::keyPressEvent(event);
+}
+
+void PopoverWindow::refresh()
+{
+    if (m_refreshQueued.exchange(true))
+        return;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            m_refreshQueued = false;
+            if (isVisible())
+                startFetch();
+        },
+        Qt::QueuedConnection);
+}
+
+void PopoverWindow::startFetch()
+{
+    if (m_fetchInFlight) {
+        m_fetchAgain = true;
+        return;
+    }
+    m_fetchInFlight = true;
+    m_services.store.call(
+        [folder = m_services.downloadsFolder](TrackedFileStore &store) { return fetchPopoverLists(store, folder); },
+        mainThread(), [self = QPointer<PopoverWindow>(this)](PopoverLists lists) {
+            if (self)
+                self->applyLists(std::move(lists));
+        });
+}
+
+void PopoverWindow::applyLists(PopoverLists lists)
+{
+    m_fetchInFlight = false;
+    m_model->setLists(std::move(lists), m_services.clock.now());
+    updateEmptyState();
+    Q_EMIT listsUpdated();
+    if (m_fetchAgain) {
+        m_fetchAgain = false;
+        startFetch();
+    }
+}
+
+void PopoverWindow::updateEmptyState()
+{
+    m_filesContent->setCurrentWidget(m_model->isEmpty() ? m_emptyState : static_cast<QWidget *>(m_list));
+}
+
+void PopoverWindow::tick()
+{
+    m_model->setNow(m_services.clock.now());
+}
+
+void PopoverWindow::keep(RecordId id)
+{
+    m_services.store.send([id](TrackedFileStore &store) { store.markDismissed(id); });
+}
+
+void PopoverWindow::deleteNow(RecordId id)
+{
+    m_services.store.send([id](TrackedFileStore &store) { store.deleteNow(id); });
+}
+
+void PopoverWindow::markTemporary(RecordId id)
+{
+    m_services.store.send([id, schedule = m_services.scheduleExpiry](TrackedFileStore &store) {
+        const auto expiresAt = store.markTemporary(id);
+        if (expiresAt && schedule)
+            schedule(id, *expiresAt);
+    });
+}
+
+void PopoverWindow::keepAll()
+{
+    m_services.store.send([ids = m_model->temporaryIds()](TrackedFileStore &store) { dowsel::keepAll(store, ids); });
+}
+
+void PopoverWindow::revealRow(int row)
+{
+    if (const TrackedFile *file = m_model->fileAt(row))
+        m_services.reveal(file->filePath);
+}
+
+void PopoverWindow::showRowMenu(int row, const QPoint &globalPosition)
+{
+    const TrackedFile *file = m_model->fileAt(row);
+    if (!file)
+        return;
+    const RecordId id = file->id;
+    auto *menu = new QMenu(this);
+    menu->setObjectName(QStringLiteral("rowMenu"));
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addAction(tr("Keep"), this, [this, id] { keep(id); });
+    menu->addAction(tr("Delete"), this, [this, id] { deleteNow(id); });
+    menu->popup(globalPosition);
+}
+
+} // namespace dowsel

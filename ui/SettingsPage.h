@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QWidget>
+
+#include <functional>
+
+class QCheckBox;
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QToolButton;
+
+namespace dowsel {
+
+class PermissionRow;
+class PermissionsManager;
+class Preferences;
+
+// The popover's settings: default expiry, the archive rule, the two permissions, onboarding
+// replay and practice file, help links, support mail and quit. The expiry field, its
+// stepper, the unit picker and the archive toggle write straight to the preferences.
+class SettingsPage final : public QWidget {
+    Q_OBJECT
+public:
+    // `blockedShortcuts` lists the key combinations another program holds ("Super+Shift+T").
+    SettingsPage(Preferences &prefs, PermissionsManager &permissions, std::function<QStringList()> blockedShortcuts,
+                 QWidget *parent = nullptr);
+
+    // Reads the preferences and the permission state afresh; run each time the page is shown.
+    void reload();
+
+Q_SIGNALS:
+    void replayOnboardingRequested();
+    void practiceFileRequested();
+
+private:
+    QWidget *buildExpirySection();
+    QWidget *buildArchiveSection();
+    QWidget *buildPermissionsSection();
+    QWidget *buildHelpSection();
+    void step(int delta);
+    void storeTypedValue(const QString &text);
+    void updateExpiryTexts();
+    void updatePermissions();
+    void composeSupportMail();
+
+    Preferences &m_prefs;
+    PermissionsManager &m_permissions;
+    std::function<QStringList()> m_blockedShortcuts;
+    QLineEdit *m_valueField = nullptr;
+    QToolButton *m_stepUp = nullptr;
+    QToolButton *m_stepDown = nullptr;
+    QComboBox *m_unitPicker = nullptr;
+    QLabel *m_footer = nullptr;
+    QCheckBox *m_autoZip = nullptr;
+    PermissionRow *m_downloadsRow = nullptr;
+    PermissionRow *m_shortcutsRow = nullptr;
+};
+
+} // namespace dowsel
