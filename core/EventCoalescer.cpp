@@ -27,10 +27,10 @@ void EventCoalescer::add(std::vector<FileEvent> events)
         flush();
         return;
     }
-    m_flushTimer = m_scheduler.scheduleAfter(latency - sinceDelivery, m_executor, [this] {
+    m_flushTimer = m_scheduler.scheduleAfter(latency - sinceDelivery, m_executor, m_lifetime.guard([this] {
         m_flushTimer = Scheduler::invalidTimer;
         flush();
-    });
+    }));
 }
 
 void EventCoalescer::flush()

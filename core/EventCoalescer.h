@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/FileEvent.h"
+#include "core/Lifetime.h"
 #include "platform/Time.h"
 
 #include <functional>
@@ -15,7 +16,8 @@ class Executor;
 // latency has passed. Every event of a batch gets the same time stamp, taken at delivery.
 // Consecutive events for the same path and inode are merged into one (their flags OR-ed),
 // so a file written in many chunks costs the consumer one event, not hundreds.
-// Runs on one executor: `add` is called there and the latency timer fires there.
+// Runs on one executor: `add` is called there, the latency timer fires there, and it is
+// destroyed there.
 class EventCoalescer {
 public:
     using Deliver = std::function<void(std::vector<FileEvent>)>;
@@ -40,6 +42,7 @@ private:
     Scheduler::TimerId m_flushTimer = Scheduler::invalidTimer;
     bool m_hasDelivered = false;
     Seconds m_lastDelivery = 0; // continuous clock
+    Lifetime m_lifetime;
 };
 
 } // namespace dowsel

@@ -32,7 +32,7 @@ struct FSEventFlags {
     static const FSEventFlags isDir;
 
     constexpr FSEventFlags() = default;
-    constexpr explicit FSEventFlags(std::uint32_t raw) : rawValue(raw) {}
+    constexpr explicit FSEventFlags(std::uint32_t raw) : rawValue(raw) { }
     constexpr FSEventFlags(std::initializer_list<FSEventFlags> members)
     {
         for (FSEventFlags member : members)
@@ -65,7 +65,7 @@ QString flagDescription(FSEventFlags flags);
 
 // One change under the watched folder.
 struct FileEvent {
-    QByteArray path;         // absolute; empty when unknown
+    QByteArray path; // absolute; empty when unknown
     std::uint64_t inode = 0; // 0 when unknown
     FSEventFlags flags;
     Date timestamp = 0; // when the monitor delivered the batch holding this event

@@ -13,7 +13,7 @@ namespace dowsel {
 namespace {
 
 constexpr std::uint32_t rootMask = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_MODIFY | IN_CLOSE_WRITE
-                                   | IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR | IN_EXCL_UNLINK;
+    | IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR | IN_EXCL_UNLINK;
 // One level down only arrivals matter: they are what makes a held-back empty folder a download.
 constexpr std::uint32_t subfolderMask = IN_CREATE | IN_MOVED_TO | IN_ONLYDIR | IN_EXCL_UNLINK;
 
@@ -50,7 +50,7 @@ void FolderMonitor::setContinuation(std::shared_ptr<FileEventStream> continuatio
 
 void FolderMonitor::start()
 {
-    m_queue.post([this] { startOnQueue(); });
+    m_queue.post(m_lifetime.guard([this] { startOnQueue(); }));
 }
 
 void FolderMonitor::startOnQueue()
@@ -60,7 +60,8 @@ void FolderMonitor::startOnQueue()
         return;
     const std::uint64_t generation = ++m_generation;
     auto watcher = InotifyWatcher::create([this, generation](std::vector<InotifyEvent> batch) {
-        m_queue.post([this, generation, batch = std::move(batch)] { handleBatch(generation, batch); });
+        m_queue.post(
+            m_lifetime.guard([this, generation, batch = std::move(batch)] { handleBatch(generation, batch); }));
     });
     const int rootWatch = watcher ? watcher->addWatch(m_path, rootMask) : -1;
     if (rootWatch < 0) {
@@ -93,7 +94,7 @@ void FolderMonitor::stopWatching()
 void FolderMonitor::scheduleRetry()
 {
     m_missedEvents = true;
-    m_retryTimer = m_scheduler.scheduleAfter(retryInterval, m_queue, [this] { startOnQueue(); });
+    m_retryTimer = m_scheduler.scheduleAfter(retryInterval, m_queue, m_lifetime.guard([this] { startOnQueue(); }));
 }
 
 void FolderMonitor::handleBatch(std::uint64_t generation, const std::vector<InotifyEvent> &batch)

@@ -2,6 +2,7 @@
 
 #include "core/EventCoalescer.h"
 #include "core/FileEventStream.h"
+#include "core/Lifetime.h"
 #include "platform/Time.h"
 
 #include <QByteArray>
@@ -29,7 +30,8 @@ struct InotifyEvent;
 // (missing, for example) the monitor tries again every 5 seconds, and after watching resumes
 // it asks for a rescan, since events were missed meanwhile.
 //
-// Destroy it on its queue, or after the queue has stopped running tasks.
+// Destroy it on its queue (tasks still queued for it then do nothing), or after the queue
+// has stopped.
 class FolderMonitor {
 public:
     static constexpr Seconds retryInterval = 5.0;
@@ -77,6 +79,7 @@ private:
     bool m_missedEvents = false;
 
     std::atomic<bool> m_isWatching = false;
+    Lifetime m_lifetime;
 };
 
 } // namespace dowsel

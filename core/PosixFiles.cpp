@@ -9,7 +9,7 @@ namespace dowsel {
 
 std::optional<FileStatus> statPath(const QByteArray &path)
 {
-    struct stat info {};
+    struct stat info { };
     if (path.isEmpty() || ::lstat(path.constData(), &info) != 0)
         return std::nullopt;
     return FileStatus{std::uint64_t(info.st_ino), std::int64_t(info.st_size), S_ISDIR(info.st_mode),
@@ -35,14 +35,6 @@ QByteArray joinPath(const QByteArray &directory, const QByteArray &name)
     if (directory.endsWith('/'))
         return directory + name;
     return directory + '/' + name;
-}
-
-QByteArray parentPath(const QByteArray &path)
-{
-    const qsizetype slash = path.lastIndexOf('/');
-    if (slash < 0)
-        return {};
-    return slash == 0 ? QByteArray("/") : path.left(slash);
 }
 
 } // namespace dowsel

@@ -24,7 +24,5 @@ std::optional<std::vector<QByteArray>> listDirectory(const QByteArray &path);
 
 // "dir" + "/" + "name", as bytes.
 QByteArray joinPath(const QByteArray &directory, const QByteArray &name);
-// Everything before the last "/" ("/a/b" -> "/a", "/a" -> "/"); empty when there is no "/".
-QByteArray parentPath(const QByteArray &path);
 
 } // namespace dowsel

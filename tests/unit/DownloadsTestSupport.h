@@ -1,5 +1,7 @@
 #pragma once
 
+#include "StoreTestSupport.h" // writeFile, inodeOf
+
 #include <QByteArray>
 #include <QDir>
 #include <QFile>
@@ -9,24 +11,12 @@
 
 #include <chrono>
 #include <cstdio>
-#include <fcntl.h>
 #include <ftw.h>
 #include <functional>
 #include <sys/stat.h>
 #include <thread>
-#include <unistd.h>
 
 namespace dowsel::testing {
-
-// Real files behind exact byte names (newlines, invalid UTF-8...), which QFile would
-// re-encode.
-inline void writeFile(const QByteArray &path, const QByteArray &content = "data")
-{
-    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    ASSERT_GE(fd, 0) << path.constData();
-    ASSERT_EQ(::write(fd, content.constData(), size_t(content.size())), content.size());
-    ::close(fd);
-}
 
 inline void makeFolder(const QByteArray &path)
 {
@@ -36,12 +26,6 @@ inline void makeFolder(const QByteArray &path)
 inline void renameItem(const QByteArray &from, const QByteArray &to)
 {
     ASSERT_EQ(::rename(from.constData(), to.constData()), 0) << from.constData();
-}
-
-inline std::uint64_t inodeOf(const QByteArray &path)
-{
-    struct stat info {};
-    return ::lstat(path.constData(), &info) == 0 ? std::uint64_t(info.st_ino) : 0;
 }
 
 // Polls `done` (running `step` before each check) until it holds or a generous deadline
@@ -64,7 +48,7 @@ inline bool waitUntil(const std::function<bool()> &done, const std::function<voi
 // A temporary folder standing in for Downloads, its path as bytes without a trailing slash.
 class TemporaryDownloads {
 public:
-    TemporaryDownloads() : m_path(QFile::encodeName(QDir(m_dir.path()).absolutePath())) {}
+    TemporaryDownloads() : m_path(QFile::encodeName(QDir(m_dir.path()).absolutePath())) { }
     // Byte-exact clean-up: QTemporaryDir cannot name files whose names are not valid UTF-8.
     ~TemporaryDownloads()
     {

@@ -26,8 +26,9 @@ TEST(FSEventFlags, DescriptionListsMembersInFixedOrder)
     EXPECT_EQ(flagDescription(unnamed), QString());
     EXPECT_EQ((unnamed | FSEventFlags::isFile).rawValue, 0x00410000u);
     EXPECT_TRUE((FSEventFlags{FSEventFlags::created, FSEventFlags::isDir}).contains(FSEventFlags::isDir));
-    EXPECT_FALSE((FSEventFlags{FSEventFlags::created, FSEventFlags::isDir}).subtracting(FSEventFlags::isDir).contains(
-        FSEventFlags::isDir));
+    EXPECT_FALSE((FSEventFlags{FSEventFlags::created, FSEventFlags::isDir})
+                     .subtracting(FSEventFlags::isDir)
+                     .contains(FSEventFlags::isDir));
 }
 
 class CoalescerTest : public ::testing::Test {
@@ -90,8 +91,9 @@ TEST_F(CoalescerTest, MergesOnlyConsecutiveEventsOfTheSameItem)
     ASSERT_EQ(batches.size(), 2u);
     const auto &batch = batches[1];
     ASSERT_EQ(batch.size(), 4u);
-    EXPECT_EQ(batch[0].flags, (FSEventFlags{FSEventFlags::created, FSEventFlags::modified, FSEventFlags::removed,
-                                            FSEventFlags::isFile}));
+    EXPECT_EQ(
+        batch[0].flags,
+        (FSEventFlags{FSEventFlags::created, FSEventFlags::modified, FSEventFlags::removed, FSEventFlags::isFile}));
     EXPECT_EQ(batch[1].inode, 8u);
     EXPECT_EQ(batch[1].flags, (FSEventFlags{FSEventFlags::created, FSEventFlags::isFile}));
     EXPECT_EQ(batch[2].path, "/d/y");
