@@ -2,6 +2,8 @@
 #include "StoreTestSupport.h"
 
 #include "core/DownloadTracker.h"
+#include "platform/fake/MemoryPreferences.h"
+#include "platform/fake/RecordingTrash.h"
 #include "platform/linux/SystemClock.h"
 
 #include <gtest/gtest.h>
@@ -15,17 +17,24 @@ namespace {
 
 // The whole road of a download on real files: inotify, the monitor's queue, the processor's
 // worker, the store's worker and a real SQLite file, in real time. Tests wait for conditions
-// with a generous deadline and never look at how long anything took.
-class DownloadTrackingReality : public StoreFixture {
+// with a generous deadline and never look at how long anything took. The database sits in
+// memory-backed /dev/shm where there is one: it is the same SQLite file, without the disk
+// flush after every insert that would make the 10,000-file test crawl under sanitizers.
+class DownloadTrackingReality : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        StoreFixture::SetUp();
+        ASSERT_TRUE(databaseDir.isValid());
+        QString error;
+        auto store = TrackedFileStore::open(databaseDir.path() + QStringLiteral("/Sivra.sqlite"), systemClock, prefs,
+                                            trash, &error);
+        ASSERT_TRUE(store) << error.toStdString();
         actor = std::make_unique<TrackedFileActor>(storeWorker, std::move(store));
-        tracker = std::make_unique<DownloadTracker>(downloads, *actor, systemClock, scheduler, [this](RecordId id) {
-            std::lock_guard lock(mutex);
-            announced.push_back(id);
-        });
+        tracker
+            = std::make_unique<DownloadTracker>(downloads.path(), *actor, systemClock, scheduler, [this](RecordId id) {
+                  std::lock_guard lock(mutex);
+                  announced.push_back(id);
+              });
         tracker->start();
         ASSERT_TRUE(waitUntil([&] { return tracker->isWatching(); }));
     }
@@ -65,12 +74,23 @@ protected:
         writeFile(marker);
         ASSERT_TRUE(waitForAnnouncement(marker));
     }
+    QByteArray download(const QByteArray &name) const { return downloads / name; }
     std::optional<TrackedFile> recordAt(const QByteArray &path)
     {
         const std::uint64_t inode = inodeOf(path);
         return ask([inode](TrackedFileStore &s) { return s.recordForInode(inode); });
     }
 
+    static QTemporaryDir makeDatabaseDir()
+    {
+        QTemporaryDir inMemory(QStringLiteral("/dev/shm/dowsel-test-XXXXXX"));
+        return inMemory.isValid() ? std::move(inMemory) : QTemporaryDir();
+    }
+
+    TemporaryDownloads downloads;
+    QTemporaryDir databaseDir = makeDatabaseDir();
+    MemoryPreferences prefs;
+    RecordingTrash trash;
     WorkerThread storeWorker{"test-store"};
     SystemClock systemClock;
     BootTimeScheduler scheduler;
@@ -143,7 +163,8 @@ TEST_F(DownloadTrackingReality, FoldersAreAnnouncedWhenTheyHaveContent)
     writeFile(download("New Folder/second.txt"));
 
     // A finished extraction arrives with its content.
-    const QByteArray outside = QFile::encodeName(dir.path()) + "/extracted";
+    QTemporaryDir elsewhere;
+    const QByteArray outside = QFile::encodeName(elsewhere.path()) + "/extracted";
     makeFolder(outside);
     writeFile(outside + "/a.txt");
     renameItem(outside, download("extracted"));
