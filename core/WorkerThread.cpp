@@ -24,12 +24,12 @@ WorkerThread::~WorkerThread()
 
 void WorkerThread::post(std::function<void()> task)
 {
-    {
-        std::lock_guard lock(m_mutex);
-        if (m_stopping)
-            return;
-        m_tasks.push_back(std::move(task));
-    }
+    std::lock_guard lock(m_mutex);
+    if (m_stopping)
+        return;
+    m_tasks.push_back(std::move(task));
+    // Notified under the lock: once the task has run, whoever waited for it may destroy the
+    // worker, and the poster must be done with the condition variable by then.
     m_wake.notify_one();
 }
 
