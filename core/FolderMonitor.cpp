@@ -55,6 +55,7 @@ void FolderMonitor::start()
 
 void FolderMonitor::startOnQueue()
 {
+    m_scheduler.cancel(m_retryTimer); // a second start() must not begin a second retry chain
     m_retryTimer = Scheduler::invalidTimer;
     if (m_watcher)
         return;

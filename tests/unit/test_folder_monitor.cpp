@@ -124,6 +124,9 @@ TEST_F(FolderMonitorTest, RetriesEveryFiveSecondsUntilTheFolderExistsThenAsksFor
     const QByteArray later = downloads / "Downloads";
     startMonitor(later);
     EXPECT_FALSE(monitor->isWatching());
+    monitor->start(); // starting again while a retry is pending does not add a second one
+    queue.runAll();
+    EXPECT_EQ(clock.pendingCount(), 1u);
     clock.advance(FolderMonitor::retryInterval);
     queue.runAll();
     EXPECT_FALSE(monitor->isWatching());
