@@ -1,0 +1,306 @@
+#include "DownloadsTestSupport.h"
+#include "StoreTestSupport.h"
+#include "TraceCapture.h"
+
+#include "core/FileProcessor.h"
+#include "platform/fake/Executors.h"
+
+#include <gtest/gtest.h>
+
+using namespace dowsel;
+using namespace dowsel::testing;
+
+namespace {
+
+using F = FSEventFlags;
+
+// The processor on a real store in a temporary folder, with every "thread" inline and virtual
+// time, so each test decides exactly which events arrive and when the removal delay passes.
+class FileProcessorTest : public StoreFixture {
+protected:
+    void SetUp() override
+    {
+        StoreFixture::SetUp();
+        actor = std::make_unique<TrackedFileActor>(inline_, std::move(store));
+        processor = std::make_unique<FileProcessor>(*actor, downloads, clock, inline_,
+                                                    [this](RecordId id) { announced.push_back(id); });
+    }
+
+    TrackedFileStore &db() { return actor->unsafeState(); }
+    void event(const QByteArray &path, FSEventFlags flags, std::uint64_t inode)
+    {
+        processor->handle(FileEvent{path, inode, flags});
+    }
+    void event(const QByteArray &path, FSEventFlags flags) { event(path, flags, inodeOf(path)); }
+
+    // A file that Dowsel saw arrive and the user kept as temporary.
+    RecordId temporaryDownload(const QByteArray &name)
+    {
+        writeFile(download(name), "first version");
+        event(download(name), {F::created, F::isFile});
+        EXPECT_FALSE(announced.empty());
+        const RecordId id = announced.back();
+        EXPECT_TRUE(db().markTemporary(id, 3600).has_value());
+        return id;
+    }
+
+    TraceCapture traces{"dowsel.processor"};
+    InlineExecutor inline_;
+    std::unique_ptr<TrackedFileActor> actor;
+    std::unique_ptr<FileProcessor> processor;
+    std::vector<RecordId> announced;
+};
+
+TEST(FileProcessorNames, IgnorableAndSandboxTemporaryNames)
+{
+    for (const char *name :
+         {".hidden", ".DS_Store", ".localized", "x.pdf.crdownload", "X.PDF.PART", "bundle.download", ".part"})
+        EXPECT_TRUE(FileProcessor::isIgnorableName(name)) << name;
+    for (const char *name : {"report.pdf", "part", "download", "report.part.pdf", "file.", "-rf", "a\nb.crdownloads"})
+        EXPECT_FALSE(FileProcessor::isIgnorableName(name)) << name;
+
+    for (const char *name : {"report.pdf.sb-5a3b8c21-Qx9Tz1", "x.sb-F-0", "a.sb-zz.sb-1f-Z9"})
+        EXPECT_TRUE(FileProcessor::isSandboxTempName(name)) << name;
+    for (const char *name : {"x.sb-12-", "x.sb--ab", "x.sb-xyz-ab", "x.sb-12-ab.txt", "x.sb-1f-a_b", "x.sb-1f-a-b",
+                             "xsb-12-ab", "report.pdf"})
+        EXPECT_FALSE(FileProcessor::isSandboxTempName(name)) << name;
+}
+
+TEST_F(FileProcessorTest, BrowserDownloadIsAnnouncedOnceWhenItGetsItsFinalName)
+{
+    const QByteArray partial = download("x.pdf.crdownload");
+    writeFile(partial, "half");
+    const std::uint64_t inode = inodeOf(partial);
+    event(partial, {F::created, F::isFile});
+    event(partial, {F::modified, F::isFile});
+    renameItem(partial, download("x.pdf"));
+    event(partial, {F::renamed, F::isFile}, inode);
+    event(download("x.pdf"), {F::renamed, F::isFile});
+    event(download("x.pdf"), {F::modified, F::isFile});
+
+    ASSERT_EQ(announced.size(), 1u);
+    const auto record = db().record(announced[0]);
+    ASSERT_TRUE(record);
+    EXPECT_EQ(record->inode, inode);
+    EXPECT_EQ(record->filePath, download("x.pdf"));
+    EXPECT_EQ(record->fileName, "x.pdf");
+    EXPECT_EQ(record->fileSize, 4);
+    EXPECT_EQ(record->state, FileState::unprocessed);
+    EXPECT_EQ(traces.countStartingWith("  SKIP: ignored name x.pdf.crdownload"), 3);
+    EXPECT_TRUE(traces.contains("  INSERTED: x.pdf (4 bytes)"));
+    EXPECT_TRUE(traces.contains(QStringLiteral("  SKIP: already tracked (inode %1)").arg(inode)));
+    EXPECT_TRUE(traces.contains(QStringLiteral("EVENT: x.pdf inode=%1 flags=[renamed, isFile] path=%2")
+                                    .arg(inode)
+                                    .arg(QString::fromUtf8(download("x.pdf")))));
+}
+
+TEST_F(FileProcessorTest, SafeSaveKeepsTheRecordItsStateAndExpiry)
+{
+    const RecordId id = temporaryDownload("notes.txt");
+    const auto before = db().record(id);
+    const QByteArray path = download("notes.txt");
+
+    // The editor writes a sandbox temporary file and renames it over the original.
+    const QByteArray temp = download("notes.txt.sb-5a3b8c21-Qx9Tz1");
+    writeFile(temp, "second, longer version");
+    const std::uint64_t newInode = inodeOf(temp);
+    event(temp, {F::created, F::isFile});
+    event(path, {F::removed, F::isFile}, before->inode);
+    renameItem(temp, path);
+    event(temp, {F::renamed, F::isFile}, newInode);
+    event(path, {F::renamed, F::isFile}, newInode);
+
+    EXPECT_TRUE(traces.contains("  SKIP: sandbox-save temp file notes.txt.sb-5a3b8c21-Qx9Tz1"));
+    EXPECT_TRUE(
+        traces.contains(QStringLiteral("  REPLACED: notes.txt inode %1 → %2").arg(before->inode).arg(newInode)));
+    clock.advance(FileProcessor::removalDelay * 2);
+    EXPECT_EQ(traces.countStartingWith("  Committing"), 0);
+    const auto after = db().record(id);
+    ASSERT_TRUE(after);
+    EXPECT_EQ(after->inode, newInode);
+    EXPECT_EQ(after->state, FileState::temporary);
+    EXPECT_EQ(after->expiresAt, before->expiresAt);
+    EXPECT_EQ(after->fileSize, 22);
+    EXPECT_EQ(announced.size(), 1u);
+}
+
+TEST_F(FileProcessorTest, RemovalWaitsOutTheDelayThenForgetsTheRecord)
+{
+    const RecordId id = temporaryDownload("gone.zip");
+    const std::uint64_t inode = db().record(id)->inode;
+    ASSERT_EQ(::unlink(download("gone.zip").constData()), 0);
+    event(download("gone.zip"), {F::removed, F::isFile}, inode);
+    EXPECT_TRUE(traces.contains(QStringLiteral("  REMOVED: deferring cleanup for inode %1 at %2")
+                                    .arg(inode)
+                                    .arg(QString(download("gone.zip")))));
+
+    clock.advance(FileProcessor::removalDelay - 0.01);
+    EXPECT_TRUE(db().record(id));
+    clock.advance(0.01);
+    EXPECT_FALSE(db().record(id));
+    EXPECT_TRUE(traces.contains(QStringLiteral("  Committing deferred removal for inode %1").arg(inode)));
+
+    // Created and deleted within one batch: never tracked, never announced.
+    writeFile(download("flash.tmp"));
+    const std::uint64_t flash = inodeOf(download("flash.tmp"));
+    ASSERT_EQ(::unlink(download("flash.tmp").constData()), 0);
+    event(download("flash.tmp"), {F::created, F::removed, F::isFile}, flash);
+    EXPECT_TRUE(traces.contains(QStringLiteral("  REMOVED: untracked inode %1, ignoring").arg(flash)));
+    EXPECT_EQ(announced.size(), 1u);
+}
+
+TEST_F(FileProcessorTest, DismissedRecordAtAPathDoesNotMakeANewFileAReplacement)
+{
+    writeFile(download("report.pdf"), "old");
+    const std::uint64_t oldInode = inodeOf(download("report.pdf"));
+    db().dismissExisting({{oldInode, download("report.pdf"), "report.pdf", 3}});
+    const RecordId oldId = db().recordForInode(oldInode)->id;
+
+    renameItem(download("report.pdf"), download("aside"));
+    writeFile(download("report.pdf"), "new one");
+    const std::uint64_t newInode = inodeOf(download("report.pdf"));
+    event(download("report.pdf"), {F::created, F::isFile});
+    ASSERT_EQ(announced.size(), 1u);
+    EXPECT_NE(announced[0], oldId);
+    EXPECT_EQ(db().record(oldId)->inode, oldInode);
+
+    // Both records now share the path. The second removal there drops the first at once.
+    event(download("report.pdf"), {F::removed, F::isFile}, oldInode);
+    event(download("report.pdf"), {F::removed, F::isFile}, newInode);
+    EXPECT_FALSE(db().record(oldId));
+    EXPECT_TRUE(db().record(announced[0]));
+    clock.advance(FileProcessor::removalDelay);
+    EXPECT_FALSE(db().record(announced[0]));
+}
+
+TEST_F(FileProcessorTest, EmptyFolderIsAnnouncedWhenContentArrivesOnlyOnce)
+{
+    const QByteArray folder = download("New Folder");
+    makeFolder(folder);
+    writeFile(folder + "/.DS_Store");
+    writeFile(folder + "/still.part");
+    event(folder, {F::created, F::isDir});
+    EXPECT_TRUE(announced.empty());
+    EXPECT_FALSE(db().isTracked(inodeOf(folder)));
+
+    writeFile(folder + "/first.txt");
+    event(folder + "/first.txt", {F::created, F::isFile});
+    ASSERT_EQ(announced.size(), 1u);
+    const auto record = db().record(announced[0]);
+    EXPECT_EQ(record->fileSize, 0);
+    EXPECT_EQ(record->filePath, folder);
+    EXPECT_TRUE(traces.contains("  INSERTED (retroactive): New Folder (folder, had children arrive)"));
+
+    writeFile(folder + "/second.txt");
+    event(folder + "/second.txt", {F::created, F::isFile});
+    event(folder, {F::modified, F::isDir});
+    EXPECT_EQ(announced.size(), 1u);
+
+    // Two levels down is none of our business, even for a held-back folder.
+    makeFolder(download("outer"));
+    event(download("outer"), {F::created, F::isDir});
+    makeFolder(download("outer/inner"));
+    writeFile(download("outer/inner/deep.txt"));
+    event(download("outer/inner/deep.txt"), {F::created, F::isFile});
+    EXPECT_EQ(announced.size(), 1u);
+}
+
+TEST_F(FileProcessorTest, FinishedExtractionIsAnnouncedAtOnceAsAFolder)
+{
+    makeFolder(download("photos"));
+    writeFile(download("photos/1.jpg"));
+    event(download("photos"), {F::created, F::isDir});
+    ASSERT_EQ(announced.size(), 1u);
+    EXPECT_EQ(db().record(announced[0])->fileSize, 0);
+    EXPECT_TRUE(traces.contains("  INSERTED: photos (folder)"));
+
+    // A removed held-back folder is forgotten: a later folder with its inode starts afresh.
+    makeFolder(download("empty"));
+    const std::uint64_t emptyInode = inodeOf(download("empty"));
+    event(download("empty"), {F::created, F::isDir});
+    event(download("empty"), {F::removed, F::isDir}, emptyInode);
+    writeFile(download("empty/late.txt"));
+    event(download("empty/late.txt"), {F::created, F::isFile});
+    EXPECT_EQ(announced.size(), 1u);
+}
+
+TEST_F(FileProcessorTest, RenamesFollowTheItem)
+{
+    const RecordId id = temporaryDownload("a.pdf");
+    const std::uint64_t inode = db().record(id)->inode;
+
+    // Within Downloads: the event for the old name finds the item by its inode.
+    renameItem(download("a.pdf"), download("b.pdf"));
+    event(download("a.pdf"), {F::renamed, F::isFile}, inode);
+    EXPECT_EQ(db().record(id)->filePath, download("b.pdf"));
+    event(download("b.pdf"), {F::renamed, F::isFile});
+    EXPECT_EQ(db().record(id)->fileName, "b.pdf");
+
+    // To a sandbox temporary name: the record keeps its path.
+    renameItem(download("b.pdf"), download("b.pdf.sb-ab12-Z"));
+    event(download("b.pdf.sb-ab12-Z"), {F::renamed, F::isFile}, inode);
+    EXPECT_EQ(db().record(id)->filePath, download("b.pdf"));
+    EXPECT_TRUE(traces.contains("  TRACKED+RENAMED to sandbox temp b.pdf.sb-ab12-Z — keeping original path"));
+
+    // Out of Downloads: removed after the delay.
+    renameItem(download("b.pdf.sb-ab12-Z"), QFile::encodeName(dir.path()) + "/elsewhere.pdf");
+    event(download("b.pdf.sb-ab12-Z"), {F::renamed, F::isFile}, inode);
+    EXPECT_TRUE(traces.contains("  TRACKED+RENAMED, no longer in Downloads — deferring: b.pdf.sb-ab12-Z"));
+    EXPECT_TRUE(db().record(id));
+    clock.advance(FileProcessor::removalDelay);
+    EXPECT_FALSE(db().record(id));
+    EXPECT_EQ(announced.size(), 1u);
+}
+
+TEST_F(FileProcessorTest, RenamingToAHiddenNameForgetsTheRecordAtOnce)
+{
+    const RecordId id = temporaryDownload("secret.txt");
+    renameItem(download("secret.txt"), download(".secret.txt"));
+    event(download(".secret.txt"), {F::renamed, F::isFile});
+    EXPECT_FALSE(db().record(id));
+    EXPECT_EQ(clock.pendingCount(), 0u);
+    EXPECT_TRUE(traces.contains("  TRACKED+RENAMED to ignored name, removing: .secret.txt"));
+}
+
+TEST_F(FileProcessorTest, StaleAndIncompleteEventsChangeNothing)
+{
+    writeFile(download("now.txt"));
+    const std::uint64_t current = inodeOf(download("now.txt"));
+    event(download("now.txt"), {F::created, F::isFile}, current + 1000);
+    EXPECT_TRUE(traces.contains(QStringLiteral("  SKIP: stale event (path now has inode %1, event was for %2)")
+                                    .arg(current)
+                                    .arg(current + 1000)));
+    event(download("vanished.txt"), {F::created, F::isFile}, 4242);
+    EXPECT_TRUE(traces.contains("  SKIP: lstat failed for " + QString(download("vanished.txt"))));
+    event(download("now.txt"), F::isFile); // no change flag
+    event(download("now.txt"), F::created); // no item flag
+    event(download("now.txt"), {F::created, F::isFile}, 0); // no inode
+    event("", {F::created, F::isFile}, current); // no path
+    event(downloads, {F::created, F::isDir}); // Downloads itself
+    EXPECT_TRUE(announced.empty());
+    EXPECT_TRUE(db().allRecords().empty());
+}
+
+TEST_F(FileProcessorTest, RescanPicksUpWhatArrivedUnseen)
+{
+    writeFile(download("known.txt"));
+    event(download("known.txt"), {F::created, F::isFile});
+    writeFile(download("missed.txt"), "12345");
+    makeFolder(download("missed folder"));
+    writeFile(download(".hidden"));
+    writeFile(download("half.crdownload"));
+    ASSERT_EQ(::symlink("missed.txt", download("link").constData()), 0);
+    ASSERT_EQ(announced.size(), 1u);
+
+    event(downloads + "/.", F::mustScan, inodeOf(downloads)); // no item flag: dropped
+    EXPECT_EQ(announced.size(), 1u);
+    event(downloads + "/.", {F::mustScan, F::isDir}, inodeOf(downloads));
+    ASSERT_EQ(announced.size(), 3u);
+    EXPECT_TRUE(traces.contains("Tracked (rescan): missed.txt"));
+    EXPECT_TRUE(traces.contains("Tracked (rescan): missed folder"));
+    EXPECT_EQ(db().recordForInode(inodeOf(download("missed.txt")))->fileSize, 5);
+    EXPECT_EQ(db().recordForInode(inodeOf(download("missed folder")))->fileSize, 0);
+    EXPECT_EQ(db().allRecords().size(), 3u);
+}
+
+} // namespace
