@@ -1,0 +1,125 @@
+#include "app/AppState.h"
+
+#include "app/DownloadsFolder.h"
+#include "app/LoginItem.h"
+#include "core/DownloadTracker.h"
+#include "core/Logging.h"
+#include "expiry/CleanupService.h"
+#include "move/FolderIndex.h"
+#include "move/MoveMRU.h"
+#include "platform/Preferences.h"
+#include "platform/linux/InotifyFolderWatcher.h"
+#include "toast/FileMover.h"
+#include "toast/ToastController.h"
+
+#include <QPointer>
+
+namespace dowsel {
+
+AppState::AppState(AppEnvironment environment, std::unique_ptr<TrackedFileStore> store, QObject *parent)
+    : QObject(parent),
+      m_env(std::move(environment)),
+      m_permissions(m_env.preferences, m_env.downloadsPath),
+      m_trackedFileActor(m_storeWorker, std::move(store)),
+      m_folderIndex(std::make_unique<FolderIndex>(m_env.homePath, std::make_unique<InotifyFolderWatcher>(), m_env.clock,
+                                                  m_env.scheduler, m_indexWorker)),
+      m_moveMRU(std::make_unique<MoveMRU>(m_env.preferences)),
+      m_cleanupService(std::make_unique<CleanupService>(m_trackedFileActor, m_env.trash, m_env.clock, m_env.scheduler,
+                                                        m_cleanupWorker)),
+      m_fileMover(std::make_unique<FileMover>(m_moveWorker, m_env.mainExecutor))
+{
+    m_toastController = std::make_unique<ToastController>(ToastController::Services{
+        m_trackedFileActor, *m_cleanupService, m_env.preferences, m_env.clock, m_env.scheduler, m_env.mainExecutor,
+        m_env.toastHost, m_env.focus, m_env.workspace, m_env.clipboard, m_env.launcher, *m_fileMover, *m_folderIndex,
+        *m_moveMRU});
+
+    // New downloads reach the toast on the main thread; the processor does not wait for it.
+    QPointer<ToastController> toast = m_toastController.get();
+    Executor &main = m_env.mainExecutor;
+    m_tracker = std::make_unique<DownloadTracker>(m_env.downloadsPath, m_trackedFileActor, m_env.clock,
+                                                  m_env.scheduler, [toast, &main](RecordId id) {
+                                                      main.post([toast, id] {
+                                                          if (toast)
+                                                              toast->handleNewFile(id);
+                                                      });
+                                                  });
+}
+
+AppState::~AppState()
+{
+    // The tracker first: it stops feeding the store and the toast. Then nothing may touch the
+    // store from its worker any more once the services are gone.
+    m_tracker.reset();
+    m_trackedFileActor.unsafeState().setChangeObserver({});
+}
+
+void AppState::start()
+{
+    const bool onboarded = m_env.preferences.boolean(prefkeys::hasCompletedOnboarding).value_or(false);
+    if (onboarded && m_permissions.checkDownloadsAccess()) {
+        m_permissions.refresh();
+        startCoreServices();
+        return;
+    }
+    qCInfo(lcApp) << "Onboarding first:" << (onboarded ? "the Downloads folder cannot be listed" : "first launch");
+    if (onShowOnboarding)
+        onShowOnboarding();
+}
+
+void AppState::startCoreServices(std::function<void()> done)
+{
+    if (m_coreStarted)
+        return;
+    m_coreStarted = true;
+    m_isRunning = true;
+    scanAndDismissExisting([this, done = std::move(done)]() mutable { finishCoreStart(std::move(done)); });
+}
+
+void AppState::scanAndDismissExisting(std::function<void()> next)
+{
+    // Listing and recording run on the store's worker: a full Downloads folder must not hold
+    // up the main thread.
+    const QByteArray folder = m_env.downloadsPath;
+    m_trackedFileActor.call(
+        [folder](TrackedFileStore &store) {
+            DownloadsListing listing = listDownloads(folder);
+            if (listing.error) {
+                printFailure(QStringLiteral("Failed to access Downloads folder: ") + *listing.error);
+                return;
+            }
+            if (listing.snapshots.empty())
+                return;
+            store.dismissExisting(listing.snapshots);
+            qCDebug(lcApp).noquote() << QStringLiteral("Dismissed %1 existing files in Downloads").arg(listing.snapshots.size());
+        },
+        m_env.mainExecutor, std::move(next));
+}
+
+void AppState::finishCoreStart(std::function<void()> done)
+{
+    m_tracker->start();
+    QPointer<AppState> self = this;
+    Executor &main = m_env.mainExecutor;
+    m_cleanupService->rehydrate([self, &main, done = std::move(done)]() mutable {
+        main.post([self, done = std::move(done)] {
+            if (!self)
+                return;
+            self->m_cleanupService->startStaleRecordPruning();
+            self->m_folderIndex->start();
+            if (const auto error = registerLoginItem(self->m_env.executablePath))
+                printFailure(QStringLiteral("Failed to register login item: ") + *error);
+            Q_EMIT self->coreServicesStarted();
+            if (done)
+                done();
+        });
+    });
+}
+
+void AppState::openAppSettings()
+{
+    m_openSettingsOnShow = true;
+    if (onOpenAppSettings)
+        onOpenAppSettings();
+}
+
+} // namespace dowsel

@@ -1,0 +1,106 @@
+#pragma once
+
+#include "app/PermissionsManager.h"
+#include "core/TrackedFileStore.h"
+#include "core/WorkerThread.h"
+
+#include <QObject>
+
+#include <functional>
+#include <memory>
+
+namespace dowsel {
+
+class CleanupService;
+class Clipboard;
+class DownloadTracker;
+class FileMover;
+class FocusTracker;
+class FolderIndex;
+class MoveMRU;
+class Preferences;
+class ProcessLauncher;
+class ToastController;
+class ToastHost;
+class Trash;
+class Workspace;
+
+// What the app needs from the system and from its on-screen layer.
+struct AppEnvironment {
+    Preferences &preferences;
+    Clock &clock;
+    Scheduler &scheduler; // must fire on real time and outlive the AppState
+    Trash &trash;
+    Executor &mainExecutor;
+    ToastHost &toastHost;
+    FocusTracker &focus;
+    Workspace &workspace;
+    Clipboard &clipboard;
+    ProcessLauncher &launcher;
+    QByteArray downloadsPath;
+    QByteArray homePath;
+    QString executablePath; // for the autostart entry
+};
+
+// Creates every long-lived service, wires them together and starts the core services once
+// onboarding is done and Downloads can be listed. Main thread only.
+class AppState final : public QObject {
+    Q_OBJECT
+public:
+    AppState(AppEnvironment environment, std::unique_ptr<TrackedFileStore> store, QObject *parent = nullptr);
+    ~AppState() override;
+
+    // At launch: the core services when onboarding was completed and Downloads is readable,
+    // else the onboarding (which starts them itself when it is done).
+    void start();
+    // Starts the core services, once per process; `done` runs on the main thread when all
+    // steps are through.
+    void startCoreServices(std::function<void()> done = {});
+    // Asks the popover to open on its settings page.
+    void openAppSettings();
+
+    bool isRunning() const { return m_isRunning; }
+    bool coreStarted() const { return m_coreStarted; }
+    bool takeOpenSettingsOnShow() { return std::exchange(m_openSettingsOnShow, false); }
+
+    PermissionsManager &permissions() { return m_permissions; }
+    TrackedFileActor &trackedFileActor() { return m_trackedFileActor; }
+    FolderIndex &folderIndex() { return *m_folderIndex; }
+    MoveMRU &moveMRU() { return *m_moveMRU; }
+    CleanupService &cleanupService() { return *m_cleanupService; }
+    ToastController &toastController() { return *m_toastController; }
+    const QByteArray &downloadsPath() const { return m_env.downloadsPath; }
+
+    // Set by the on-screen layer.
+    std::function<void()> onShowOnboarding;
+    std::function<void()> onOpenAppSettings;
+
+Q_SIGNALS:
+    void coreServicesStarted();
+
+private:
+    void scanAndDismissExisting(std::function<void()> next);
+    void finishCoreStart(std::function<void()> done);
+
+    AppEnvironment m_env;
+    // Workers first: they outlive the services that post to them.
+    WorkerThread m_storeWorker{"dowsel-store"};
+    WorkerThread m_cleanupWorker{"dowsel-cleanup"};
+    WorkerThread m_indexWorker{"dowsel-index", true};
+    WorkerThread m_moveWorker{"dowsel-move", true};
+
+    PermissionsManager m_permissions;
+    TrackedFileActor m_trackedFileActor;
+    std::unique_ptr<FolderIndex> m_folderIndex;
+    std::unique_ptr<MoveMRU> m_moveMRU;
+    std::unique_ptr<CleanupService> m_cleanupService;
+    std::unique_ptr<FileMover> m_fileMover;
+    std::unique_ptr<ToastController> m_toastController;
+    std::unique_ptr<DownloadTracker> m_tracker;
+
+    bool m_isRunning = false;
+    bool m_coreStarted = false;
+    bool m_openSettingsOnShow = false;
+};
+
+} // namespace dowsel
