@@ -7,9 +7,12 @@
 #include <memory>
 #include <vector>
 
-struct sqlite3;
-
 namespace dowsel {
+
+namespace sqlite {
+class Database;
+class Query;
+} // namespace sqlite
 
 class Clock;
 class Preferences;
@@ -76,16 +79,23 @@ public:
     void deleteNow(RecordId id);
     // An extracted folder next to a temporary archive takes the archive's expiry.
     std::optional<Date> inheritArchiveExpiry(RecordId id);
+    // Deletes the record only, leaving the file and its tags alone: for records whose file
+    // is gone.
+    void forgetRecord(RecordId id);
+
+    static constexpr int schemaVersion = 1;
 
     // Observers run on the store's worker after every change that committed; the app uses
     // this to refresh views.
     void setChangeObserver(std::function<void()> observer) { m_changed = std::move(observer); }
 
 private:
-    TrackedFileStore(sqlite3 *db, const Clock &clock, const Preferences &prefs, Trash &trash);
+    TrackedFileStore(std::unique_ptr<sqlite::Database> db, const Clock &clock, const Preferences &prefs, Trash &trash);
+    std::vector<TrackedFile> fetch(sqlite::Query &query);
+    bool deleteRow(RecordId id);
     void notifyChanged();
 
-    sqlite3 *m_db;
+    std::unique_ptr<sqlite::Database> m_db;
     const Clock &m_clock;
     const Preferences &m_prefs;
     Trash &m_trash;

@@ -1,0 +1,427 @@
+#include "core/TrackedFileStore.h"
+
+#include "core/Logging.h"
+#include "core/Sqlite.h"
+#include "core/Tags.h"
+#include "expiry/ExpirySettings.h"
+#include "platform/Trash.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFileInfo>
+#include <QStandardPaths>
+
+#include <algorithm>
+#include <sys/stat.h>
+
+namespace dowsel {
+
+namespace {
+
+// AUTOINCREMENT: a record's id is never handed out again after the record is deleted, so a
+// timer or a toast still holding an old id can never reach a newer record.
+constexpr char createSchema[] = R"(
+CREATE TABLE tracked_file (
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    inode INTEGER UNIQUE NOT NULL,
+    file_path TEXT NOT NULL,
+    file_name TEXT NOT NULL,
+    state TEXT NOT NULL DEFAULT 'unprocessed',
+    detected_at REAL NOT NULL,
+    marked_temporary_at REAL,
+    expires_at REAL,
+    file_size INTEGER NOT NULL DEFAULT 0
+);
+PRAGMA user_version = 1;
+)";
+
+constexpr char selectAll[] = "SELECT id, inode, file_path, file_name, state, detected_at, marked_temporary_at, "
+                             "expires_at, file_size FROM tracked_file ORDER BY id";
+
+// Inodes are unsigned 64-bit; SQLite integers are signed. The bit pattern is stored.
+std::int64_t toColumn(std::uint64_t inode)
+{
+    return static_cast<std::int64_t>(inode);
+}
+
+std::uint64_t inodeFrom(std::int64_t column)
+{
+    return static_cast<std::uint64_t>(column);
+}
+
+QString dateDescription(Date date)
+{
+    return QDateTime::fromMSecsSinceEpoch(qint64(date * 1000), Qt::UTC)
+        .toString(QStringLiteral("yyyy-MM-dd HH:mm:ss +0000"));
+}
+
+std::optional<QString> checkSchema(sqlite::Database &db)
+{
+    const auto version = db.scalar("PRAGMA user_version");
+    if (!version)
+        return db.lastError();
+    if (*version == TrackedFileStore::schemaVersion) {
+        if (db.scalar("SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name = 'tracked_file'") == 1)
+            return std::nullopt;
+        return QStringLiteral("the database has no tracked_file table");
+    }
+    if (*version != 0)
+        return QStringLiteral("unsupported schema version %1").arg(*version);
+    // Version 0 is a database nobody set up yet; one that already holds tables belongs to
+    // something else and is left alone.
+    if (db.scalar("SELECT count(*) FROM sqlite_master") != 0)
+        return QStringLiteral("the file holds another database");
+    sqlite::Transaction transaction(db);
+    if (!db.exec(createSchema) || !transaction.commit())
+        return db.lastError();
+    return std::nullopt;
+}
+
+} // namespace
+
+std::unique_ptr<TrackedFileStore> TrackedFileStore::open(const QString &path, const Clock &clock,
+                                                         const Preferences &prefs, Trash &trash, QString *error)
+{
+    const auto fail = [&](const QString &reason) {
+        if (error)
+            *error = path + QStringLiteral(": ") + reason;
+        return nullptr;
+    };
+    const bool exists = QFileInfo::exists(path);
+    if (!exists && !QDir().mkpath(QFileInfo(path).absolutePath()))
+        return fail(QStringLiteral("cannot create the folder"));
+
+    QString reason;
+    auto db = sqlite::Database::open(path, !exists, &reason);
+    if (!db)
+        return fail(reason);
+    if (db->isReadOnly())
+        return fail(QStringLiteral("the database is read-only"));
+    // WAL with synchronous=FULL: every committed change is on disk before the call returns,
+    // so neither a kill nor a power cut loses it. Writes are a few per download.
+    if (!db->exec("PRAGMA busy_timeout = 2000; PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL"))
+        return fail(db->lastError());
+    if (const auto schemaError = checkSchema(*db))
+        return fail(*schemaError);
+    return std::unique_ptr<TrackedFileStore>(new TrackedFileStore(std::move(db), clock, prefs, trash));
+}
+
+QString TrackedFileStore::defaultPath()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
+        + QStringLiteral("/dowsel/Sivra.sqlite");
+}
+
+TrackedFileStore::TrackedFileStore(std::unique_ptr<sqlite::Database> db, const Clock &clock, const Preferences &prefs,
+                                   Trash &trash)
+    : m_db(std::move(db)), m_clock(clock), m_prefs(prefs), m_trash(trash)
+{
+}
+
+TrackedFileStore::~TrackedFileStore() = default;
+
+std::vector<TrackedFile> TrackedFileStore::fetch(sqlite::Query &query)
+{
+    std::vector<TrackedFile> records;
+    while (query.step()) {
+        const QByteArray rawState = query.bytes(4);
+        const auto state = fileStateFromRaw(QString::fromUtf8(rawState));
+        if (!state) {
+            qCDebug(lcStore).noquote() << "skipping record" << query.int64(0) << "with unknown state" << rawState;
+            continue;
+        }
+        TrackedFile file;
+        file.id = query.int64(0);
+        file.inode = inodeFrom(query.int64(1));
+        file.filePath = query.bytes(2);
+        file.fileName = query.bytes(3);
+        file.state = *state;
+        file.detectedAt = query.real(5);
+        file.markedTemporaryAt = query.optionalReal(6);
+        file.expiresAt = query.optionalReal(7);
+        file.fileSize = query.int64(8);
+        records.push_back(std::move(file));
+    }
+    if (!query.ok()) {
+        qCDebug(lcStore).noquote() << "fetch failed:" << m_db->lastError();
+        return {};
+    }
+    return records;
+}
+
+std::optional<TrackedFile> TrackedFileStore::recordForInode(std::uint64_t inode)
+{
+    auto query = m_db->query("SELECT id, inode, file_path, file_name, state, detected_at, marked_temporary_at, "
+                             "expires_at, file_size FROM tracked_file WHERE inode = ?");
+    query.bind(1, toColumn(inode));
+    auto records = fetch(query);
+    if (records.empty())
+        return std::nullopt;
+    return std::move(records.front());
+}
+
+std::optional<TrackedFile> TrackedFileStore::record(RecordId id)
+{
+    auto query = m_db->query("SELECT id, inode, file_path, file_name, state, detected_at, marked_temporary_at, "
+                             "expires_at, file_size FROM tracked_file WHERE id = ?");
+    query.bind(1, std::int64_t(id));
+    auto records = fetch(query);
+    if (records.empty())
+        return std::nullopt;
+    return std::move(records.front());
+}
+
+bool TrackedFileStore::isTracked(std::uint64_t inode)
+{
+    return recordForInode(inode).has_value();
+}
+
+std::optional<std::uint64_t> TrackedFileStore::activeInode(const QByteArray &path)
+{
+    auto query = m_db->query("SELECT id, inode, file_path, file_name, state, detected_at, marked_temporary_at, "
+                             "expires_at, file_size FROM tracked_file WHERE file_path = ? ORDER BY id");
+    query.bind(1, path);
+    for (const TrackedFile &file : fetch(query)) {
+        if (file.state != FileState::dismissed)
+            return file.inode;
+    }
+    return std::nullopt;
+}
+
+std::optional<TrackedFileStore::FileInfo> TrackedFileStore::fileInfo(RecordId id)
+{
+    const auto file = record(id);
+    if (!file)
+        return std::nullopt;
+    return FileInfo{file->fileName, file->filePath, file->fileSize};
+}
+
+std::vector<TrackedFileStore::Expiry> TrackedFileStore::temporaryExpiries()
+{
+    auto query = m_db->query(
+        "SELECT id, expires_at FROM tracked_file WHERE state = 'temporary' AND expires_at IS NOT NULL ORDER BY id");
+    std::vector<Expiry> expiries;
+    while (query.step())
+        expiries.push_back({query.int64(0), query.real(1)});
+    return query.ok() ? expiries : std::vector<Expiry>{};
+}
+
+std::vector<TrackedFileStore::ExpiredRecord> TrackedFileStore::fetchExpired()
+{
+    const Date now = m_clock.now();
+    auto query = m_db->query("SELECT file_path, inode, id FROM tracked_file "
+                             "WHERE state = 'temporary' AND expires_at IS NOT NULL AND expires_at <= ? ORDER BY id");
+    query.bind(1, now);
+    std::vector<ExpiredRecord> expired;
+    while (query.step())
+        expired.push_back({query.bytes(0), inodeFrom(query.int64(1)), query.int64(2)});
+    if (!query.ok()) {
+        qCDebug(lcStore).noquote() << "fetchExpired FAILED: " + m_db->lastError();
+        return {};
+    }
+    return expired;
+}
+
+std::vector<TrackedFileStore::RecordSummary> TrackedFileStore::allRecords()
+{
+    std::vector<RecordSummary> summaries;
+    for (TrackedFile &file : allTrackedFiles())
+        summaries.push_back({std::move(file.filePath), file.inode, file.state, file.id});
+    return summaries;
+}
+
+std::vector<TrackedFile> TrackedFileStore::allTrackedFiles()
+{
+    auto query = m_db->query(selectAll);
+    return fetch(query);
+}
+
+RecordId TrackedFileStore::insertNew(std::uint64_t inode, const QByteArray &path, const QByteArray &name,
+                                     std::int64_t size)
+{
+    auto query = m_db->query("INSERT INTO tracked_file (inode, file_path, file_name, state, detected_at, file_size) "
+                             "VALUES (?, ?, ?, 'unprocessed', ?, ?)");
+    query.bind(1, toColumn(inode)).bind(2, path).bind(3, name).bind(4, m_clock.now()).bind(5, size);
+    if (!query.run()) {
+        qCDebug(lcStore).noquote() << "insertNew: save failed for" << displayText(name) << ":" << m_db->lastError();
+        return 0;
+    }
+    const RecordId id = m_db->lastInsertRowId();
+    notifyChanged();
+    return id;
+}
+
+void TrackedFileStore::replaceInode(std::uint64_t oldInode, std::uint64_t newInode, const QByteArray &path,
+                                    const QByteArray &name, std::int64_t size)
+{
+    const auto file = recordForInode(oldInode);
+    if (!file)
+        return;
+    auto query =
+        m_db->query("UPDATE tracked_file SET inode = ?, file_path = ?, file_name = ?, file_size = ? WHERE id = ?");
+    query.bind(1, toColumn(newInode)).bind(2, path).bind(3, name).bind(4, size).bind(5, std::int64_t(file->id));
+    if (!query.run()) {
+        qCDebug(lcStore).noquote() << QStringLiteral("replaceInode: save FAILED for inode %1 → %2: %3")
+                                          .arg(oldInode)
+                                          .arg(newInode)
+                                          .arg(m_db->lastError());
+        return;
+    }
+    notifyChanged();
+}
+
+void TrackedFileStore::updatePath(std::uint64_t inode, const QByteArray &path, const QByteArray &name)
+{
+    auto query = m_db->query("UPDATE tracked_file SET file_path = ?, file_name = ? WHERE inode = ?");
+    query.bind(1, path).bind(2, name).bind(3, toColumn(inode));
+    if (query.run() && m_db->changes() > 0)
+        notifyChanged();
+}
+
+void TrackedFileStore::dismissExisting(const std::vector<DownloadFileSnapshot> &snapshots)
+{
+    sqlite::Transaction transaction(*m_db);
+    for (const DownloadFileSnapshot &snapshot : snapshots) {
+        if (recordForInode(snapshot.inode)) {
+            auto update = m_db->query("UPDATE tracked_file SET file_path = ?, file_name = ?, file_size = ?, "
+                                      "state = CASE state WHEN 'unprocessed' THEN 'dismissed' ELSE state END "
+                                      "WHERE inode = ?");
+            update.bind(1, snapshot.filePath).bind(2, snapshot.fileName).bind(3, snapshot.fileSize);
+            update.bind(4, toColumn(snapshot.inode)).run();
+        } else {
+            auto insert = m_db->query("INSERT INTO tracked_file (inode, file_path, file_name, state, detected_at, "
+                                      "file_size) VALUES (?, ?, ?, 'dismissed', ?, ?)");
+            insert.bind(1, toColumn(snapshot.inode)).bind(2, snapshot.filePath).bind(3, snapshot.fileName);
+            insert.bind(4, m_clock.now()).bind(5, snapshot.fileSize).run();
+        }
+    }
+    if (transaction.commit())
+        notifyChanged();
+    else
+        qCDebug(lcStore).noquote() << "dismissExisting: save failed:" << m_db->lastError();
+}
+
+std::optional<Date> TrackedFileStore::markTemporary(RecordId id, std::optional<Seconds> duration)
+{
+    const auto file = record(id);
+    if (!file) {
+        qCDebug(lcStore).noquote() << "markTemporary: NO RECORD for id=" + QString::number(id);
+        return std::nullopt;
+    }
+    const FileState prior = file->state;
+    const Date markedAt = m_clock.now();
+    const Seconds interval = duration ? *duration : defaultExpiryInterval(m_prefs);
+    const Date expiresAt = m_clock.now() + interval;
+
+    auto query = m_db->query("UPDATE tracked_file SET state = 'temporary', marked_temporary_at = ?, expires_at = ? "
+                             "WHERE id = ?");
+    query.bind(1, markedAt).bind(2, expiresAt).bind(3, std::int64_t(id));
+    const bool saved = query.run();
+    qCDebug(lcStore).noquote() << "markTemporary: " + displayText(file->fileName) + " prior=" + rawValue(prior)
+                                      + " -> temporary, expires=" + dateDescription(expiresAt) + ", save="
+                                      + (saved ? QStringLiteral("ok") : "FAIL: " + m_db->lastError());
+    addTemporaryTag(file->filePath);
+    if (saved)
+        notifyChanged();
+    return expiresAt;
+}
+
+void TrackedFileStore::markDismissed(RecordId id)
+{
+    const auto file = record(id);
+    if (!file)
+        return;
+    auto query = m_db->query("UPDATE tracked_file SET state = 'dismissed' WHERE id = ?");
+    const bool saved = query.bind(1, std::int64_t(id)).run();
+    removeTemporaryTag(file->filePath);
+    if (saved)
+        notifyChanged();
+}
+
+bool TrackedFileStore::deleteRow(RecordId id)
+{
+    auto query = m_db->query("DELETE FROM tracked_file WHERE id = ?");
+    return query.bind(1, std::int64_t(id)).run();
+}
+
+void TrackedFileStore::removeRecordForInode(std::uint64_t inode)
+{
+    if (const auto file = recordForInode(inode))
+        removeRecord(file->id);
+}
+
+void TrackedFileStore::removeRecord(RecordId id)
+{
+    const auto file = record(id);
+    if (!file)
+        return;
+    removeTemporaryTag(file->filePath);
+    if (deleteRow(id))
+        notifyChanged();
+}
+
+void TrackedFileStore::forgetRecord(RecordId id)
+{
+    if (record(id) && deleteRow(id))
+        notifyChanged();
+}
+
+void TrackedFileStore::deleteNow(RecordId id)
+{
+    const auto file = record(id);
+    if (!file)
+        return;
+    removeTemporaryTag(file->filePath);
+    if (deleteRow(id))
+        notifyChanged();
+    struct stat status {};
+    if (file->filePath.isEmpty() || ::lstat(file->filePath.constData(), &status) != 0)
+        return;
+    if (const auto error = m_trash.moveToTrash(file->filePath)) {
+        qCDebug(lcStore).noquote() << "deleteNow: recycle failed for " + displayText(fileNameOf(file->filePath)) + ": "
+                                          + *error;
+    }
+}
+
+std::optional<Date> TrackedFileStore::inheritArchiveExpiry(RecordId id)
+{
+    const auto folder = record(id);
+    if (!folder || !folder->isFolderLike())
+        return std::nullopt;
+    const QByteArray parent = parentPath(folder->filePath);
+    const QByteArray &name = folder->fileName;
+
+    auto query = m_db->query("SELECT id, inode, file_path, file_name, state, detected_at, marked_temporary_at, "
+                             "expires_at, file_size FROM tracked_file "
+                             "WHERE state = 'temporary' AND expires_at IS NOT NULL ORDER BY id");
+    std::vector<TrackedFile> candidates = fetch(query);
+    std::erase_if(candidates, [&](const TrackedFile &archive) {
+        return !isArchiveName(archive.fileName) || parentPath(archive.filePath) != parent
+            || !matchesArchive(name, archive.fileName);
+    });
+    if (candidates.empty())
+        return std::nullopt;
+    auto chosen = std::find_if(candidates.begin(), candidates.end(),
+                               [&](const TrackedFile &archive) { return archiveBaseName(archive.fileName) == name; });
+    if (chosen == candidates.end())
+        chosen = candidates.begin();
+
+    const Date expiry = *chosen->expiresAt;
+    auto update = m_db->query("UPDATE tracked_file SET state = 'temporary', marked_temporary_at = ?, expires_at = ? "
+                              "WHERE id = ?");
+    update.bind(1, chosen->markedTemporaryAt.value_or(m_clock.now())).bind(2, expiry).bind(3, std::int64_t(id));
+    if (update.run())
+        notifyChanged();
+    addTemporaryTag(folder->filePath);
+    qCDebug(lcStore).noquote() << "inheritArchiveExpiry: " + displayText(name) + " inherits expiry "
+                                      + dateDescription(expiry) + " from " + displayText(chosen->fileName);
+    return expiry;
+}
+
+void TrackedFileStore::notifyChanged()
+{
+    if (m_changed)
+        m_changed();
+}
+
+} // namespace dowsel

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "move/FolderPaths.h"
+#include "platform/FolderWatcher.h"
+#include "platform/Time.h"
+
+#include <QByteArray>
+
+#include <memory>
+
+namespace dowsel {
+
+class Executor;
+
+// The folders under the home folder that a download could be moved into, kept in memory so
+// that the move input can search them on every key press. A crawl of the home folder fills
+// it; the watcher reports changes, which are batched for half a second and rebuild the list
+// at most once every three seconds (start to start). When the system runs out of watches the
+// index rescans periodically instead.
+//
+// Crawls, rebuilds and their timers run on `workQueue` (a low-priority worker); the snapshot
+// can be read from any thread.
+class FolderIndex {
+public:
+    FolderIndex(QByteArray homePath, std::unique_ptr<FolderWatcher> watcher, Clock &clock, Scheduler &scheduler,
+                Executor &workQueue);
+    ~FolderIndex();
+    FolderIndex(const FolderIndex &) = delete;
+    FolderIndex &operator=(const FolderIndex &) = delete;
+
+    // Starts the first crawl; later calls do nothing.
+    void start();
+
+    // The current snapshot (empty until the first crawl is over); copying it is cheap.
+    FolderPaths paths() const;
+    bool hasGathered() const;
+
+    // Whether `path` is a folder the index keeps: under home, not home itself, not in
+    // ~/Library, and no component hidden, a dependency or build tree, or a package.
+    bool shouldInclude(const QByteArray &path) const;
+    const QByteArray &homePath() const;
+
+    static constexpr Seconds batchingInterval = 0.5;
+    static constexpr Seconds rebuildSpacing = 3.0;
+    static constexpr Seconds fallbackRescanInterval = 60.0;
+
+private:
+    class State;
+    std::shared_ptr<State> m_state;
+};
+
+} // namespace dowsel

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "core/TrackedFileStore.h"
+#include "platform/fake/MemoryPreferences.h"
+#include "platform/fake/RecordingTrash.h"
+#include "platform/fake/VirtualClock.h"
+
+#include <QByteArray>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace dowsel::testing {
+
+inline QByteArray joinPath(const QByteArray &dir, const QByteArray &name)
+{
+    return dir + '/' + name;
+}
+
+// Writes a real file and returns its inode (0 on failure, which the test then reports).
+inline std::uint64_t writeFile(const QByteArray &path, const QByteArray &content = "content")
+{
+    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (fd < 0)
+        return 0;
+    const bool written = ::write(fd, content.constData(), size_t(content.size())) == content.size();
+    ::close(fd);
+    struct stat status {};
+    return written && ::lstat(path.constData(), &status) == 0 ? status.st_ino : 0;
+}
+
+inline std::uint64_t inodeOf(const QByteArray &path)
+{
+    struct stat status {};
+    return ::lstat(path.constData(), &status) == 0 ? status.st_ino : 0;
+}
+
+inline bool exists(const QByteArray &path)
+{
+    struct stat status {};
+    return ::lstat(path.constData(), &status) == 0;
+}
+
+// A real store in a temporary folder, on virtual time and in-memory preferences.
+class StoreFixture : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(dir.isValid());
+        downloads = QFile::encodeName(dir.path()) + "/Downloads";
+        ASSERT_EQ(::mkdir(downloads.constData(), 0755), 0);
+        QString error;
+        store = TrackedFileStore::open(databasePath(), clock, prefs, trash, &error);
+        ASSERT_TRUE(store) << error.toStdString();
+    }
+
+    QString databasePath() const { return dir.path() + QStringLiteral("/data/Sivra.sqlite"); }
+    QByteArray download(const QByteArray &name) const { return joinPath(downloads, name); }
+
+    // A file in Downloads with its record; returns the record's id.
+    RecordId track(const QByteArray &name, const QByteArray &content = "content")
+    {
+        const QByteArray path = download(name);
+        const std::uint64_t inode = writeFile(path, content);
+        EXPECT_NE(inode, 0u) << path.constData();
+        return store->insertNew(inode, path, name, content.size());
+    }
+
+    QTemporaryDir dir;
+    QByteArray downloads;
+    VirtualClock clock;
+    MemoryPreferences prefs;
+    RecordingTrash trash;
+    std::unique_ptr<TrackedFileStore> store;
+};
+
+} // namespace dowsel::testing

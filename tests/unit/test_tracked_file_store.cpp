@@ -1,0 +1,346 @@
+#include "StoreTestSupport.h"
+
+#include "core/Tags.h"
+
+#include <QFile>
+
+#include <sqlite3.h>
+
+using namespace dowsel;
+using namespace dowsel::testing;
+
+namespace {
+
+// A second connection, as another tool reading or editing the database would have.
+class RawConnection {
+public:
+    explicit RawConnection(const QString &path) { sqlite3_open(path.toUtf8().constData(), &m_db); }
+    ~RawConnection() { sqlite3_close(m_db); }
+    bool exec(const char *sql) { return sqlite3_exec(m_db, sql, nullptr, nullptr, nullptr) == SQLITE_OK; }
+    QByteArray text(const char *sql)
+    {
+        sqlite3_stmt *statement = nullptr;
+        QByteArray result;
+        if (sqlite3_prepare_v2(m_db, sql, -1, &statement, nullptr) == SQLITE_OK && sqlite3_step(statement) == SQLITE_ROW)
+            result = QByteArray(reinterpret_cast<const char *>(sqlite3_column_text(statement, 0)));
+        sqlite3_finalize(statement);
+        return result;
+    }
+
+private:
+    sqlite3 *m_db = nullptr;
+};
+
+QByteArray readAll(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+using TrackedFileStoreTest = StoreFixture;
+
+TEST_F(TrackedFileStoreTest, RecordsSurviveReopeningWithExactBytesAndFullInodeRange)
+{
+    const QByteArray oddName("r\xe9sum\xe9\n\"-x 'q'.pdf"); // Latin-1 bytes: not valid UTF-8
+    const std::uint64_t bigInode = 0xFFFF'FFFF'FFFF'FFF0ull;
+    const RecordId id = store->insertNew(bigInode, download(oddName), oddName, 1234);
+    ASSERT_GT(id, 0);
+    const auto expiry = store->markTemporary(id, 90);
+    store.reset();
+
+    QString error;
+    store = TrackedFileStore::open(databasePath(), clock, prefs, trash, &error);
+    ASSERT_TRUE(store) << error.toStdString();
+    const auto file = store->recordForInode(bigInode);
+    ASSERT_TRUE(file);
+    EXPECT_EQ(file->id, id);
+    EXPECT_EQ(file->filePath, download(oddName));
+    EXPECT_EQ(file->fileName, oddName);
+    EXPECT_EQ(file->fileSize, 1234);
+    EXPECT_EQ(file->state, FileState::temporary);
+    EXPECT_EQ(file->expiresAt, expiry);
+    EXPECT_EQ(store->activeInode(download(oddName)), bigInode);
+
+    RawConnection raw(databasePath());
+    EXPECT_EQ(raw.text("PRAGMA user_version"), "1");
+    EXPECT_EQ(raw.text("PRAGMA journal_mode"), "wal");
+    EXPECT_EQ(raw.text("SELECT state FROM tracked_file"), "temporary");
+}
+
+TEST_F(TrackedFileStoreTest, OpenRefusesFilesItCannotUseAndLeavesThemUntouched)
+{
+    const QString garbage = dir.path() + QStringLiteral("/garbage.sqlite");
+    {
+        QFile file(garbage);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(QByteArray(4096, 'x'));
+    }
+    QString error;
+    EXPECT_FALSE(TrackedFileStore::open(garbage, clock, prefs, trash, &error));
+    EXPECT_TRUE(error.startsWith(garbage)) << error.toStdString();
+    EXPECT_EQ(readAll(garbage), QByteArray(4096, 'x'));
+
+    const QString foreign = dir.path() + QStringLiteral("/foreign.sqlite");
+    {
+        RawConnection raw(foreign);
+        ASSERT_TRUE(raw.exec("CREATE TABLE notes (body TEXT); INSERT INTO notes VALUES ('keep me')"));
+    }
+    error.clear();
+    EXPECT_FALSE(TrackedFileStore::open(foreign, clock, prefs, trash, &error));
+    EXPECT_FALSE(error.isEmpty());
+    EXPECT_EQ(RawConnection(foreign).text("SELECT body FROM notes"), "keep me");
+
+    const QString newer = dir.path() + QStringLiteral("/newer.sqlite");
+    ASSERT_TRUE(RawConnection(newer).exec("PRAGMA user_version = 2"));
+    error.clear();
+    EXPECT_FALSE(TrackedFileStore::open(newer, clock, prefs, trash, &error));
+    EXPECT_TRUE(error.contains(QStringLiteral("schema version 2"))) << error.toStdString();
+}
+
+TEST_F(TrackedFileStoreTest, NewRecordsStartUnprocessedAndIdsAreNeverReused)
+{
+    const RecordId first = track("a.pdf");
+    const auto file = store->record(first);
+    ASSERT_TRUE(file);
+    EXPECT_EQ(file->state, FileState::unprocessed);
+    EXPECT_EQ(file->detectedAt, clock.now());
+    EXPECT_FALSE(file->markedTemporaryAt);
+    EXPECT_FALSE(file->expiresAt);
+    EXPECT_TRUE(store->isTracked(file->inode));
+
+    // A second record for an inode already present is refused by the unique constraint.
+    EXPECT_EQ(store->insertNew(file->inode, download("other"), "other", 1), 0);
+
+    const RecordId second = track("b.pdf");
+    store->removeRecord(second);
+    const RecordId third = track("c.pdf");
+    EXPECT_GT(third, second) << "a deleted record's id must not name a new record";
+    EXPECT_FALSE(store->record(second));
+}
+
+TEST_F(TrackedFileStoreTest, MarkTemporaryUsesTheDefaultExpiryAndRestartsTheTime)
+{
+    prefs.setValue(prefkeys::expiryValue, 2);
+    prefs.setValue(prefkeys::expiryUnit, QStringLiteral("days"));
+    const RecordId id = track("report.pdf");
+    store->markDismissed(id);
+
+    const Date start = clock.now();
+    EXPECT_EQ(store->markTemporary(id), start + 172800);
+    auto file = store->record(id);
+    EXPECT_EQ(file->state, FileState::temporary);
+    EXPECT_EQ(file->markedTemporaryAt, start);
+    EXPECT_EQ(readTags(download("report.pdf")), QByteArrayList{temporaryTag});
+
+    clock.advance(100);
+    EXPECT_EQ(store->markTemporary(id, 90), start + 190); // a typed duration, not clamped
+    file = store->record(id);
+    EXPECT_EQ(file->markedTemporaryAt, start + 100);
+    EXPECT_EQ(file->expiresAt, start + 190);
+    EXPECT_EQ(readTags(download("report.pdf")), QByteArrayList{temporaryTag});
+
+    const auto before = store->allTrackedFiles();
+    EXPECT_FALSE(store->markTemporary(id + 100));
+    EXPECT_EQ(store->allTrackedFiles().size(), before.size());
+}
+
+TEST_F(TrackedFileStoreTest, ActiveInodeSkipsDismissedRecordsAtThePath)
+{
+    const QByteArray path = download("a.zip");
+    store->dismissExisting({{11, path, "a.zip", 5}});
+    EXPECT_FALSE(store->activeInode(path));
+
+    const RecordId newer = store->insertNew(12, path, "a.zip", 6);
+    store->markTemporary(newer);
+    EXPECT_EQ(store->activeInode(path), 12u);
+    EXPECT_FALSE(store->activeInode(download("b.zip")));
+}
+
+TEST_F(TrackedFileStoreTest, DismissExistingUpdatesPlacesAndOnlyDismissesUndecidedRecords)
+{
+    const RecordId pending = store->insertNew(1, download("old1"), "old1", 1);
+    const RecordId temporary = store->insertNew(2, download("old2"), "old2", 2);
+    store->markTemporary(temporary, 600);
+
+    store->dismissExisting({
+        {1, download("new1"), "new1", 10},
+        {2, download("new2"), "new2", 20},
+        {3, download("found"), "found", 30},
+    });
+
+    auto file = store->record(pending);
+    EXPECT_EQ(file->state, FileState::dismissed);
+    EXPECT_EQ(file->filePath, download("new1"));
+    EXPECT_EQ(file->fileSize, 10);
+    file = store->record(temporary);
+    EXPECT_EQ(file->state, FileState::temporary);
+    EXPECT_EQ(file->fileName, "new2");
+    file = store->recordForInode(3);
+    ASSERT_TRUE(file);
+    EXPECT_EQ(file->state, FileState::dismissed);
+    EXPECT_EQ(file->filePath, download("found"));
+}
+
+TEST_F(TrackedFileStoreTest, ReplacedAndRenamedFilesKeepTheirDecision)
+{
+    const RecordId id = store->insertNew(1, download("a.txt"), "a.txt", 3);
+    const auto expiry = store->markTemporary(id, 3600);
+
+    store->replaceInode(1, 2, download("a.txt"), "a.txt", 4);
+    store->updatePath(2, download("b.txt"), "b.txt");
+    store->replaceInode(99, 100, download("x"), "x", 1); // unknown: nothing happens
+
+    const auto file = store->record(id);
+    ASSERT_TRUE(file);
+    EXPECT_EQ(file->inode, 2u);
+    EXPECT_EQ(file->filePath, download("b.txt"));
+    EXPECT_EQ(file->fileName, "b.txt");
+    EXPECT_EQ(file->fileSize, 4);
+    EXPECT_EQ(file->state, FileState::temporary);
+    EXPECT_EQ(file->expiresAt, expiry);
+    EXPECT_FALSE(store->isTracked(1));
+    EXPECT_FALSE(store->isTracked(100));
+    EXPECT_EQ(store->allRecords().size(), 1u);
+}
+
+TEST_F(TrackedFileStoreTest, ExpiredMeansTemporaryWithADatePassedOrDueNow)
+{
+    const RecordId due = store->insertNew(1, download("due"), "due", 1);
+    const RecordId later = store->insertNew(2, download("later"), "later", 1);
+    const RecordId kept = store->insertNew(3, download("kept"), "kept", 1);
+    store->insertNew(4, download("undated"), "undated", 1);
+    store->markTemporary(due, 60);
+    store->markTemporary(later, 61);
+    store->markTemporary(kept, 10);
+    store->markDismissed(kept);
+    {
+        // Another tool may leave a temporary record without a date: it never expires.
+        RawConnection raw(databasePath());
+        ASSERT_TRUE(raw.exec("UPDATE tracked_file SET state = 'temporary' WHERE inode = 4"));
+    }
+
+    clock.advance(60);
+    const auto expired = store->fetchExpired();
+    ASSERT_EQ(expired.size(), 1u);
+    EXPECT_EQ(expired[0].id, due);
+    EXPECT_EQ(expired[0].inode, 1u);
+    EXPECT_EQ(expired[0].path, download("due"));
+
+    const auto expiries = store->temporaryExpiries();
+    ASSERT_EQ(expiries.size(), 2u);
+    EXPECT_EQ(expiries[0].id, due);
+    EXPECT_EQ(expiries[1].id, later);
+    EXPECT_EQ(expiries[1].expiresAt, clock.now() + 1);
+}
+
+TEST_F(TrackedFileStoreTest, DismissingAndRemovingTakeTheTagOffButLeaveTheFile)
+{
+    const RecordId kept = track("kept.pdf");
+    const RecordId removed = track("removed.pdf");
+    const auto expiry = store->markTemporary(kept, 60);
+    store->markTemporary(removed, 60);
+
+    store->markDismissed(kept);
+    auto file = store->record(kept);
+    EXPECT_EQ(file->state, FileState::dismissed);
+    EXPECT_EQ(file->expiresAt, expiry);
+    EXPECT_TRUE(readTags(download("kept.pdf")).isEmpty());
+
+    store->removeRecordForInode(inodeOf(download("removed.pdf")));
+    EXPECT_FALSE(store->record(removed));
+    EXPECT_TRUE(readTags(download("removed.pdf")).isEmpty());
+    EXPECT_TRUE(exists(download("removed.pdf")));
+    EXPECT_TRUE(trash.paths().isEmpty());
+}
+
+TEST_F(TrackedFileStoreTest, DeleteNowForgetsTheRecordThenTrashesOnlyWhatIsThere)
+{
+    const RecordId present = track("present.pdf");
+    const RecordId gone = track("gone.pdf");
+    store->markTemporary(present, 60);
+    ASSERT_EQ(::unlink(download("gone.pdf").constData()), 0);
+
+    int changes = 0;
+    store->setChangeObserver([&] { ++changes; });
+    store->deleteNow(gone);
+    EXPECT_FALSE(store->record(gone));
+    EXPECT_TRUE(trash.paths().isEmpty());
+
+    trash.failWith(QStringLiteral("Permission denied"));
+    store->deleteNow(present);
+    EXPECT_FALSE(store->record(present));
+    EXPECT_EQ(trash.paths(), QByteArrayList{download("present.pdf")});
+    // The record is gone even though the Trash refused; the file stays, untagged.
+    EXPECT_TRUE(exists(download("present.pdf")));
+    EXPECT_TRUE(readTags(download("present.pdf")).isEmpty());
+    EXPECT_EQ(changes, 2);
+
+    store->deleteNow(present); // already gone: nothing more
+    EXPECT_EQ(trash.paths().size(), 1);
+}
+
+class ArchiveInheritanceTest : public StoreFixture {
+protected:
+    RecordId temporaryArchive(const QByteArray &name, Seconds duration, const QByteArray &folder = {})
+    {
+        const QByteArray path = (folder.isEmpty() ? downloads : folder) + '/' + name;
+        const RecordId id = store->insertNew(writeFile(path), path, name, 100);
+        store->markTemporary(id, duration);
+        clock.advance(1);
+        return id;
+    }
+    RecordId extractedFolder(const QByteArray &name)
+    {
+        const QByteArray path = download(name);
+        EXPECT_EQ(::mkdir(path.constData(), 0755), 0);
+        return store->insertNew(inodeOf(path), path, name, 0);
+    }
+};
+
+TEST_F(ArchiveInheritanceTest, AFolderTakesTheDeadlineOfItsArchive)
+{
+    const RecordId zip = temporaryArchive("photos.zip", 3600);
+    temporaryArchive("photos.tar.gz", 7200);
+    const auto archive = store->record(zip);
+
+    const RecordId folder = extractedFolder("photos");
+    EXPECT_EQ(store->inheritArchiveExpiry(folder), archive->expiresAt);
+    const auto file = store->record(folder);
+    EXPECT_EQ(file->state, FileState::temporary);
+    EXPECT_EQ(file->expiresAt, archive->expiresAt);
+    EXPECT_EQ(file->markedTemporaryAt, archive->markedTemporaryAt);
+    EXPECT_EQ(readTags(download("photos")), QByteArrayList{temporaryTag});
+}
+
+TEST_F(ArchiveInheritanceTest, NumberedCopiesPreferAnExactBaseAndOnlyFoldersInherit)
+{
+    const RecordId first = temporaryArchive("photos.zip", 100);
+    const RecordId exact = temporaryArchive("photos 2.zip", 200);
+    EXPECT_EQ(store->inheritArchiveExpiry(extractedFolder("photos 2")), store->record(exact)->expiresAt);
+    EXPECT_EQ(store->inheritArchiveExpiry(extractedFolder("photos 3")), store->record(first)->expiresAt);
+
+    const QByteArray filePath = download("photos 4");
+    const RecordId file = store->insertNew(writeFile(filePath, "data"), filePath, "photos 4", 4);
+    EXPECT_FALSE(store->inheritArchiveExpiry(file));
+    EXPECT_EQ(store->record(file)->state, FileState::unprocessed);
+    EXPECT_FALSE(store->inheritArchiveExpiry(first + 1000));
+}
+
+TEST_F(ArchiveInheritanceTest, OnlyTemporaryArchivesInTheSameFolderCount)
+{
+    const QByteArray elsewhere = QFile::encodeName(dir.path()) + "/elsewhere";
+    ASSERT_EQ(::mkdir(elsewhere.constData(), 0755), 0);
+    temporaryArchive("docs.zip", 100, elsewhere);
+    const RecordId dismissed = temporaryArchive("docs.tgz", 100);
+    store->markDismissed(dismissed);
+    temporaryArchive("docs.pdf", 100); // temporary, but not an archive
+
+    const RecordId folder = extractedFolder("docs");
+    EXPECT_FALSE(store->inheritArchiveExpiry(folder));
+    const auto file = store->record(folder);
+    EXPECT_EQ(file->state, FileState::unprocessed);
+    EXPECT_FALSE(file->expiresAt);
+    EXPECT_TRUE(readTags(download("docs")).isEmpty());
+}
+
+} // namespace

@@ -1,0 +1,197 @@
+#pragma once
+
+#include "core/TrackedFileStore.h"
+#include "input/MoreMenuViewModel.h"
+#include "input/TimeInputViewModel.h"
+#include "platform/FocusTracker.h"
+#include "platform/Time.h"
+#include "toast/ShareTargets.h"
+#include "toast/ToastEntry.h"
+#include "toast/ToastHost.h"
+
+#include <QObject>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace dowsel {
+
+class CleanupService;
+class Clipboard;
+class FileMover;
+class Preferences;
+class ProcessLauncher;
+class Workspace;
+
+// The one toast: which files it covers, its countdown, its panels and every action on its
+// files. Lives on the main thread for the life of the app; view callbacks, shortcuts and the
+// file processor reach it through main-thread tasks. Store calls go to the store's worker
+// and come back on `mainExecutor`; timers fire there too.
+class ToastController final : public QObject {
+    Q_OBJECT
+public:
+    struct Services {
+        TrackedFileActor &store;
+        CleanupService &cleanupService;
+        const Preferences &preferences;
+        const Clock &clock;
+        Scheduler &scheduler;
+        Executor &mainExecutor;
+        ToastHost &host;
+        FocusTracker &focus;
+        Workspace &workspace;
+        Clipboard &clipboard;
+        ProcessLauncher &launcher;
+        FileMover &mover;
+        std::function<std::vector<ShareTarget>()> shareTargets = [] { return availableShareTargets(); };
+    };
+
+    static constexpr int countdownTotal = 7;
+    static constexpr int demoCountdownSeconds = 15;
+    static constexpr Seconds tickInterval = 1;
+    static constexpr Seconds showDelay = 0.016;
+    static constexpr Seconds hideDelay = 0.4;
+    static constexpr Seconds fadeOutDuration = 0.2;
+    static constexpr Seconds closeDelay = 0.22;
+    static constexpr double topInsetCap = 14;
+    static constexpr double topInsetFallback = 16;
+
+    explicit ToastController(Services services, QObject *parent = nullptr);
+    ~ToastController() override;
+
+    // The file processor's new-file callback: show or extend the toast, or record the file
+    // without one.
+    void handleNewFile(RecordId id);
+
+    void showToast();
+    void refreshToast();
+    void hideToast();
+    void dismissAll();
+    void startCountdown();
+    void hoverChanged(bool isHovering);
+    void setOptionHeld(bool held);
+    void setOnboardingActive(bool active) { m_isOnboardingActive = active; }
+
+    // Actions on every file of the toast.
+    void markTemporary();
+    void performMove(const QByteArray &folder);
+    void performOpen();
+    void performCopy();
+    void share();
+    void finishShare(const std::optional<ShareTarget> &target);
+    void performDelete();
+
+    // Keep for a typed time.
+    void openTimeInput();
+    void submitTimeInput();
+    void closeTimeInput();
+
+    // The move input's folder chooser.
+    void browseForFolder();
+
+    void openMoreMenu();
+    void closeMoreMenu(bool restoreFocus = true);
+    void activateMoreSelection();
+    void runMoreAction(MoreMenuItem::Action action);
+
+    // A click elsewhere: the open inputs close as if cancelled.
+    void appDidResignActive();
+
+    // The action demo with the practice file: a longer countdown, a hint under the toast,
+    // other downloads recorded without a toast. `onConcluded` runs after the first hide.
+    void startActionDemoToast(const QByteArray &practiceFilePath, bool isFirstRun,
+                              std::function<void()> onConcluded = {});
+    // Cancelled by the next new file; the onboarding aborts the demo when it fires.
+    void armActionDemoWatchdog(Seconds delay, std::function<void()> onExpired);
+
+    // What the view reads.
+    ToastViewInput viewInput() const;
+    std::optional<double> pausedProgress() const;
+    const std::vector<ToastEntry> &toastEntries() const { return m_toastEntries; }
+    DynamicIslandToastState state() const { return m_state; }
+    int secondsRemaining() const { return m_secondsRemaining; }
+    int activeCountdownSeconds() const { return m_activeCountdownSeconds; }
+    Date countdownDeadline() const { return m_countdownDeadline; }
+    std::optional<Seconds> pausedRemaining() const { return m_pausedRemaining; }
+    bool isCountdownRunning() const { return m_countdownTask != Scheduler::invalidTimer; }
+    const std::shared_ptr<ToastPanel> &panel() const { return m_panel; }
+    bool isMoveInputVisible() const { return m_isMoveInputVisible; }
+    bool isTimeInputVisible() const { return m_isTimeInputVisible; }
+    bool isMoreVisible() const { return m_isMoreVisible; }
+    bool isSharePickerVisible() const { return m_isSharePickerVisible; }
+    bool isAnySurfaceOpen() const;
+    bool isOptionHeld() const { return m_isOptionHeld; }
+    bool isOnboardingActive() const { return m_isOnboardingActive; }
+    bool isActionDemoActive() const { return m_isActionDemoActive; }
+    std::optional<RecordId> actionDemoFileId() const { return m_actionDemoFileId; }
+    bool demoMarkedTemporary() const { return m_demoMarkedTemporary; }
+    HintPhase demoPhase() const { return m_demoPhase; }
+    std::optional<FocusTracker::WindowHandle> previouslyActiveApp() const { return m_previouslyActiveApp; }
+
+    TimeInputViewModel &timeInputModel() { return m_timeInputModel; }
+    MoreMenuViewModel &moreMenuModel() { return m_moreMenuModel; }
+
+Q_SIGNALS:
+    // After every refresh: the view input or a surface flag may have changed.
+    void changed();
+
+private:
+    struct NewFileInfo;
+    void continueNewFile(RecordId id, const NewFileInfo &info);
+    void endCountdown();
+    void tick();
+    void closeSurfaceFlags();
+    void markTemporaryIds(const std::vector<RecordId> &ids, std::optional<Seconds> duration);
+    void markDismissedIds(const std::vector<RecordId> &ids);
+    void closeTextInput(bool &flag, ToastSurface surface);
+    void rememberFocus();
+    void restoreFocus();
+    void showHintAfterSurfaceClosed();
+    void concludeActionDemo();
+    std::vector<RecordId> coveredIds() const;
+    std::vector<QByteArray> coveredPaths() const;
+    QString coveredNames() const;
+    double topInset() const;
+    template <class F>
+    auto whileAlive(F work);
+
+    Services m_services;
+    TimeInputViewModel m_timeInputModel;
+    MoreMenuViewModel m_moreMenuModel;
+
+    std::shared_ptr<ToastPanel> m_panel;
+    std::vector<ToastEntry> m_toastEntries;
+    int m_secondsRemaining = 0;
+    DynamicIslandToastState m_state = DynamicIslandToastState::hidden;
+    bool m_isMoveInputVisible = false;
+    bool m_isTimeInputVisible = false;
+    bool m_isMoreVisible = false;
+    bool m_isSharePickerVisible = false;
+    std::vector<QByteArray> m_sharePaths;
+    bool m_isOptionHeld = false;
+    bool m_isOnboardingActive = false;
+
+    bool m_isActionDemoActive = false;
+    bool m_actionDemoIsFirstRun = false;
+    QByteArray m_actionDemoFilePath;
+    std::optional<RecordId> m_actionDemoFileId;
+    Scheduler::TimerId m_actionDemoSurfaceWatchdog = Scheduler::invalidTimer;
+    bool m_demoMarkedTemporary = false;
+    HintPhase m_demoPhase = HintPhase::running;
+    bool m_hintVisible = false;
+    std::function<void()> m_onActionDemoConcluded;
+
+    int m_activeCountdownSeconds = countdownTotal;
+    Date m_countdownDeadline = 0;
+    Scheduler::TimerId m_countdownTask = Scheduler::invalidTimer;
+    std::optional<Seconds> m_pausedRemaining;
+    std::optional<ToastScreen> m_currentScreen;
+    std::optional<FocusTracker::WindowHandle> m_previouslyActiveApp;
+
+    // Timers and store replies hold this weakly and do nothing once the controller is gone.
+    std::shared_ptr<int> m_lifetime = std::make_shared<int>(0);
+};
+
+} // namespace dowsel
