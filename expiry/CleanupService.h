@@ -3,7 +3,10 @@
 #include "core/TrackedFileStore.h"
 #include "platform/Time.h"
 
+#include <QString>
+
 #include <functional>
+#include <memory>
 #include <unordered_map>
 
 namespace dowsel {
@@ -14,10 +17,16 @@ class Trash;
 // all on the scheduler's continuous clock; the store is asked again before anything is
 // touched, and the path must still hold the marked inode. Runs on its own executor: the
 // public calls may come from any thread and return at once.
+//
+// The service waits for the store's answers on its executor, so the two must not share one.
+// Timers hold the service weakly: once it is destroyed (on its executor, or after the
+// executor ran its last task) pending timers end without effect.
 class CleanupService {
 public:
     CleanupService(TrackedFileActor &store, Trash &trash, Clock &clock, Scheduler &scheduler, Executor &executor);
     ~CleanupService();
+    CleanupService(const CleanupService &) = delete;
+    CleanupService &operator=(const CleanupService &) = delete;
 
     // (Re)arms the timer of one record; an earlier timer for the same record is cancelled.
     void schedule(RecordId id, Date at);
@@ -30,8 +39,19 @@ public:
     static constexpr Seconds pruningInterval = 900;
 
 private:
+    struct ScheduledTask {
+        Scheduler::TimerId timer;
+        std::uint64_t ticket; // tells a replaced timer that fired late from the current one
+    };
+
+    // Runs `task` on the executor unless the service is gone by then.
+    std::function<void()> guarded(std::function<void()> task);
     void scheduleOnExecutor(RecordId id, Date at);
+    void fire(RecordId id, std::uint64_t ticket);
     void trashIfExpired(RecordId id);
+    // Trashes one expired entry if its path still holds the marked file, then forgets the
+    // record whatever happened. `failureLead` starts the printed line of a failed trash.
+    void trashExpired(const TrackedFileStore::ExpiredRecord &entry, const QString &failureLead);
     void pruneStaleRecords();
     void schedulePruningPass();
 
@@ -40,8 +60,10 @@ private:
     Clock &m_clock;
     Scheduler &m_scheduler;
     Executor &m_executor;
-    std::unordered_map<RecordId, Scheduler::TimerId> m_scheduledTasks; // executor only
+    std::unordered_map<RecordId, ScheduledTask> m_scheduledTasks; // executor only
+    std::uint64_t m_nextTicket = 1;                               // executor only
     Scheduler::TimerId m_staleRecordTask = Scheduler::invalidTimer;
+    std::shared_ptr<int> m_lifetime = std::make_shared<int>(0);
 };
 
 } // namespace dowsel

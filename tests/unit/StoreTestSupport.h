@@ -6,7 +6,12 @@
 #include "platform/fake/VirtualClock.h"
 
 #include <QByteArray>
+#include <QLoggingCategory>
+#include <QStringList>
 #include <QTemporaryDir>
+
+#include <atomic>
+#include <mutex>
 
 #include <gtest/gtest.h>
 
@@ -44,6 +49,45 @@ inline bool exists(const QByteArray &path)
     struct stat status {};
     return ::lstat(path.constData(), &status) == 0;
 }
+
+// Collects the debug lines of the categories that `rules` switch on, from any thread.
+class LogCapture {
+public:
+    explicit LogCapture(const QString &rules)
+    {
+        s_instance = this;
+        m_previous = qInstallMessageHandler(&LogCapture::handle);
+        QLoggingCategory::setFilterRules(rules);
+    }
+    ~LogCapture()
+    {
+        QLoggingCategory::setFilterRules(QString());
+        qInstallMessageHandler(m_previous);
+        s_instance = nullptr;
+    }
+    LogCapture(const LogCapture &) = delete;
+    LogCapture &operator=(const LogCapture &) = delete;
+
+    QStringList lines() const
+    {
+        std::lock_guard lock(m_mutex);
+        return m_lines;
+    }
+
+private:
+    static void handle(QtMsgType, const QMessageLogContext &, const QString &message)
+    {
+        if (LogCapture *capture = s_instance.load()) {
+            std::lock_guard lock(capture->m_mutex);
+            capture->m_lines.append(message);
+        }
+    }
+
+    static inline std::atomic<LogCapture *> s_instance = nullptr;
+    QtMessageHandler m_previous = nullptr;
+    mutable std::mutex m_mutex;
+    QStringList m_lines;
+};
 
 // A real store in a temporary folder, on virtual time and in-memory preferences.
 class StoreFixture : public ::testing::Test {

@@ -1,0 +1,149 @@
+#include "expiry/CleanupService.h"
+
+#include "core/Logging.h"
+#include "platform/Trash.h"
+
+#include <algorithm>
+#include <sys/stat.h>
+
+namespace dowsel {
+
+namespace {
+
+// The inode now at `path`, the link itself when it is one; none when nothing is there.
+std::optional<std::uint64_t> inodeAt(const QByteArray &path)
+{
+    struct stat status {};
+    if (::lstat(path.constData(), &status) != 0)
+        return std::nullopt;
+    return status.st_ino;
+}
+
+} // namespace
+
+CleanupService::CleanupService(TrackedFileActor &store, Trash &trash, Clock &clock, Scheduler &scheduler,
+                               Executor &executor)
+    : m_store(store), m_trash(trash), m_clock(clock), m_scheduler(scheduler), m_executor(executor)
+{
+}
+
+CleanupService::~CleanupService()
+{
+    m_lifetime.reset();
+    for (const auto &[id, task] : m_scheduledTasks)
+        m_scheduler.cancel(task.timer);
+    m_scheduler.cancel(m_staleRecordTask);
+}
+
+std::function<void()> CleanupService::guarded(std::function<void()> task)
+{
+    return [alive = std::weak_ptr<int>(m_lifetime), task = std::move(task)] {
+        if (!alive.expired())
+            task();
+    };
+}
+
+void CleanupService::schedule(RecordId id, Date at)
+{
+    m_executor.post(guarded([this, id, at] { scheduleOnExecutor(id, at); }));
+}
+
+void CleanupService::scheduleOnExecutor(RecordId id, Date at)
+{
+    if (const auto existing = m_scheduledTasks.find(id); existing != m_scheduledTasks.end())
+        m_scheduler.cancel(existing->second.timer);
+    const Seconds delay = std::max(0.0, at - m_clock.now());
+    const std::uint64_t ticket = m_nextTicket++;
+    const auto timer = m_scheduler.scheduleAfter(delay, m_executor, guarded([this, id, ticket] { fire(id, ticket); }));
+    m_scheduledTasks[id] = {timer, ticket};
+}
+
+void CleanupService::fire(RecordId id, std::uint64_t ticket)
+{
+    // A timer cancelled after it had already fired may still arrive here: only the current
+    // timer of the record acts.
+    const auto entry = m_scheduledTasks.find(id);
+    if (entry == m_scheduledTasks.end() || entry->second.ticket != ticket)
+        return;
+    m_scheduledTasks.erase(entry);
+    trashIfExpired(id);
+}
+
+void CleanupService::trashIfExpired(RecordId id)
+{
+    const auto expired = m_store.call([](TrackedFileStore &store) { return store.fetchExpired(); }).get();
+    const auto entry = std::find_if(expired.begin(), expired.end(), [id](const auto &e) { return e.id == id; });
+    if (entry == expired.end())
+        return; // kept, moved, dismissed, deleted or pushed back meanwhile
+    trashExpired(*entry, QStringLiteral("Failed to trash "));
+}
+
+void CleanupService::trashExpired(const TrackedFileStore::ExpiredRecord &entry, const QString &failureLead)
+{
+    // Only the file that was marked goes: a missing file, or another file that took its
+    // name, is left alone and the record is forgotten.
+    if (inodeAt(entry.path) == entry.inode) {
+        const QString name = displayText(fileNameOf(entry.path));
+        if (const auto error = m_trash.moveToTrash(entry.path))
+            printFailure(failureLead + name + QStringLiteral(": ") + *error);
+        else
+            qCDebug(lcCleanup).noquote() << "Trashed expired file: " + name;
+    }
+    // A file that could not be trashed is no longer tracked either: it stays where it is,
+    // without its tag.
+    m_store.call([id = entry.id](TrackedFileStore &store) { store.removeRecord(id); }).get();
+}
+
+void CleanupService::rehydrate(std::function<void()> done)
+{
+    m_executor.post(guarded([this, done = std::move(done)] {
+        const auto expired = m_store.call([](TrackedFileStore &store) { return store.fetchExpired(); }).get();
+        for (const auto &entry : expired)
+            trashExpired(entry, QStringLiteral("Rehydrate: failed to trash "));
+        if (!expired.empty()) {
+            qCDebug(lcCleanup).noquote()
+                << QStringLiteral("Rehydrate: trashed %1 file(s) that expired while offline").arg(expired.size());
+        }
+
+        const auto pending = m_store.call([](TrackedFileStore &store) { return store.temporaryExpiries(); }).get();
+        for (const auto &expiry : pending)
+            scheduleOnExecutor(expiry.id, expiry.expiresAt);
+        if (!pending.empty())
+            qCDebug(lcCleanup).noquote() << QStringLiteral("Rehydrate: scheduled %1 pending file(s)").arg(pending.size());
+        if (done)
+            done();
+    }));
+}
+
+void CleanupService::startStaleRecordPruning()
+{
+    m_executor.post(guarded([this] {
+        m_scheduler.cancel(m_staleRecordTask); // one pruning loop, however often this is called
+        schedulePruningPass();
+    }));
+}
+
+void CleanupService::schedulePruningPass()
+{
+    m_staleRecordTask = m_scheduler.scheduleAfter(pruningInterval, m_executor, guarded([this] {
+                                                      pruneStaleRecords();
+                                                      schedulePruningPass();
+                                                  }));
+}
+
+void CleanupService::pruneStaleRecords()
+{
+    const auto records = m_store.call([](TrackedFileStore &store) { return store.allRecords(); }).get();
+    for (const auto &record : records) {
+        if (record.path.isEmpty() || inodeAt(record.path) == record.inode)
+            continue;
+        m_store.call([id = record.id](TrackedFileStore &store) { store.forgetRecord(id); }).get();
+        if (const auto task = m_scheduledTasks.find(record.id); task != m_scheduledTasks.end()) {
+            m_scheduler.cancel(task->second.timer);
+            m_scheduledTasks.erase(task);
+        }
+        qCDebug(lcCleanup).noquote() << "Cleaned up stale record: " + displayText(fileNameOf(record.path));
+    }
+}
+
+} // namespace dowsel
