@@ -10,8 +10,7 @@ namespace dowsel {
 
 // Download tracking wired up: the folder monitor on its own queue, the processor on its own
 // worker, and the unbounded event stream between them. The store and the time sources
-// belong to the caller and must outlive the tracker; the scheduler must fire timers on its
-// own (real time), since tearing down waits for one.
+// belong to the caller and must outlive the tracker.
 class DownloadTracker {
 public:
     DownloadTracker(QByteArray downloadsPath, TrackedFileActor &store, const Clock &clock, Scheduler &scheduler,
@@ -24,9 +23,6 @@ public:
     bool isWatching() const { return m_monitor->isWatching(); }
 
 private:
-    void waitForTimersInFlight();
-
-    Scheduler &m_scheduler;
     WorkerThread m_monitorQueue{"dowsel-fsevents"};
     WorkerThread m_processorWorker{"dowsel-processor"};
     std::shared_ptr<FileEventStream> m_events = std::make_shared<FileEventStream>();

@@ -48,16 +48,25 @@ BootTimeScheduler::BootTimeScheduler()
 
 BootTimeScheduler::~BootTimeScheduler()
 {
+    shutdown();
+    ::close(m_timerFd);
+    ::close(m_wakeFd);
+}
+
+void BootTimeScheduler::shutdown()
+{
     {
+        std::lock_guard dispatch(m_dispatchMutex);
         std::lock_guard lock(m_mutex);
+        if (!m_thread.joinable())
+            return;
         m_pending.clear();
+        m_heap = {};
         m_nextId = 0; // tells the thread to stop
     }
     const std::uint64_t one = 1;
     [[maybe_unused]] auto written = ::write(m_wakeFd, &one, sizeof one);
     m_thread.join();
-    ::close(m_timerFd);
-    ::close(m_wakeFd);
 }
 
 Scheduler::TimerId BootTimeScheduler::scheduleAfter(Seconds delay, Executor &executor, std::function<void()> task)
@@ -67,6 +76,8 @@ Scheduler::TimerId BootTimeScheduler::scheduleAfter(Seconds delay, Executor &exe
     const double clamped = std::min(delay, 1e9); // ~31 years: keeps the sum in range
     const std::int64_t at = clockNs(CLOCK_BOOTTIME) + std::int64_t(std::llround(clamped * 1e9));
     std::lock_guard lock(m_mutex);
+    if (m_nextId == 0)
+        return invalidTimer; // shut down
     const TimerId id = m_nextId++;
     m_pending.emplace(id, Pending{&executor, std::move(task)});
     m_heap.push({at, id});
@@ -77,6 +88,7 @@ Scheduler::TimerId BootTimeScheduler::scheduleAfter(Seconds delay, Executor &exe
 
 void BootTimeScheduler::cancel(TimerId id)
 {
+    std::lock_guard dispatch(m_dispatchMutex);
     std::lock_guard lock(m_mutex);
     // The heap entry stays and is skipped when it comes up; re-arming is not worth it.
     // When cancelled entries dominate, the heap is rebuilt so memory stays bounded.
@@ -125,6 +137,7 @@ void BootTimeScheduler::run()
         [[maybe_unused]] auto r1 = ::read(m_timerFd, &count, sizeof count);
         [[maybe_unused]] auto r2 = ::read(m_wakeFd, &count, sizeof count);
 
+        std::lock_guard dispatch(m_dispatchMutex);
         std::vector<Pending> due;
         {
             std::lock_guard lock(m_mutex);

@@ -4,6 +4,7 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <atomic>
 #include <queue>
 #include <thread>
 #include <unordered_map>
@@ -31,7 +32,11 @@ public:
     BootTimeScheduler &operator=(const BootTimeScheduler &) = delete;
 
     TimerId scheduleAfter(Seconds delay, Executor &executor, std::function<void()> task) override;
+    // Once cancel returns, the task is not posted any more: it either was already, or never is.
     void cancel(TimerId id) override;
+    // Drops every pending timer and stops the timer thread; later calls schedule nothing.
+    // The app calls it before tearing down the executors that timers post to.
+    void shutdown();
 
     std::size_t pendingCount() const;
 
@@ -52,6 +57,9 @@ private:
     void run();
     void rearmLocked();
 
+    // Held while due timers are taken and posted, and by cancel: a cancelled timer is never
+    // posted after cancel returns. Recursive because a task run inline may cancel a timer.
+    std::recursive_mutex m_dispatchMutex;
     int m_timerFd = -1;
     int m_wakeFd = -1;
     mutable std::mutex m_mutex;

@@ -8,6 +8,7 @@
 
 #include <dirent.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <vector>
@@ -184,6 +185,42 @@ TEST(Actor, CallsRunInArrivalOrderOnTheWorker)
     EXPECT_EQ(replied, -1); // not until the main thread runs its queue
     main.runAll();
     EXPECT_EQ(replied, expected);
+}
+
+} // namespace
+
+namespace {
+
+// Cancelling from another thread while timers are falling due: after cancel returns, the
+// task is never posted, so the owner may destroy its executor right away.
+TEST(BootTimeScheduler, CancelledTimersAreNeverPostedAfterCancelReturns)
+{
+    BootTimeScheduler scheduler;
+    for (int round = 0; round < 50; ++round) {
+        auto worker = std::make_unique<WorkerThread>("owner");
+        std::atomic<int> ran{0};
+        std::vector<Scheduler::TimerId> ids;
+        for (int i = 0; i < 20; ++i)
+            ids.push_back(scheduler.scheduleAfter(0.0005 * i, *worker, [&ran] { ++ran; }));
+        for (auto id : ids)
+            scheduler.cancel(id);
+        const int afterCancel = (worker->drain(), ran.load());
+        worker.reset(); // a late post would now touch a destroyed worker
+        EXPECT_EQ(ran.load(), afterCancel);
+    }
+}
+
+TEST(BootTimeScheduler, ShutdownDropsPendingTimersAndRefusesNewOnes)
+{
+    BootTimeScheduler scheduler;
+    InlineExecutor inline_;
+    bool fired = false;
+    scheduler.scheduleAfter(0.01, inline_, [&] { fired = true; });
+    scheduler.shutdown();
+    EXPECT_EQ(scheduler.pendingCount(), 0u);
+    EXPECT_EQ(scheduler.scheduleAfter(0, inline_, [&] { fired = true; }), Scheduler::invalidTimer);
+    scheduler.shutdown(); // twice is fine
+    EXPECT_FALSE(fired);
 }
 
 } // namespace
