@@ -14,7 +14,8 @@ class ProcessLauncher {
 public:
     virtual ~ProcessLauncher() = default;
     // `program` is an absolute path. Returns nothing once started, else the reason.
-    virtual std::optional<QString> startDetached(const QByteArray &program, const std::vector<QByteArray> &arguments) = 0;
+    virtual std::optional<QString> startDetached(const QByteArray &program,
+                                                 const std::vector<QByteArray> &arguments) = 0;
 };
 
 } // namespace dowsel

@@ -3,6 +3,9 @@
 #include "core/Logging.h"
 #include "expiry/CleanupService.h"
 #include "expiry/ExpirySettings.h"
+#include "move/FolderIndex.h"
+#include "move/FolderMatch.h"
+#include "move/MoveMRU.h"
 #include "platform/Clipboard.h"
 #include "platform/ProcessLauncher.h"
 #include "platform/Workspace.h"
@@ -11,7 +14,11 @@
 #include <QDateTime>
 #include <QStringList>
 
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 
 namespace dowsel {
 
@@ -20,6 +27,21 @@ namespace {
 QString dateText(Date date)
 {
     return QDateTime::fromMSecsSinceEpoch(qint64(date * 1000)).toString(Qt::ISODate);
+}
+
+// Creates `path` and its missing parents; returns the error, or an empty text.
+QString makeFolderPath(const QByteArray &path)
+{
+    for (qsizetype slash = path.indexOf('/', 1);; slash = path.indexOf('/', slash + 1)) {
+        const QByteArray prefix = slash < 0 ? path : path.left(slash);
+        struct stat st;
+        if (::mkdir(prefix.constData(), 0777) != 0 && errno != EEXIST)
+            return QString::fromLocal8Bit(std::strerror(errno));
+        if (::stat(prefix.constData(), &st) != 0 || !S_ISDIR(st.st_mode))
+            return QString::fromLocal8Bit(std::strerror(ENOTDIR));
+        if (slash < 0)
+            return {};
+    }
 }
 
 } // namespace
@@ -39,13 +61,26 @@ auto ToastController::whileAlive(F work)
 }
 
 ToastController::ToastController(Services services, QObject *parent)
-    : QObject(parent), m_services(std::move(services))
+    : QObject(parent), m_services(std::move(services)), m_moveInputModel(m_services.folderIndex.homePath())
 {
+    // Runs on the mover's background worker: only hand the figures to the main thread.
+    const std::weak_ptr<int> alive = m_lifetime;
+    m_services.mover.setProgressObserver([this, alive, &main = m_services.mainExecutor](
+                                             const QByteArray &source, std::int64_t copied, std::int64_t total) {
+        if (total >= 2 * progressStep && (copied % progressStep == 0 || copied == total)) {
+            main.post([this, alive, name = displayText(fileNameOf(source)), copied, total] {
+                if (!alive.expired())
+                    Q_EMIT moveProgress(name, copied, total);
+            });
+        }
+        return true;
+    });
 }
 
 ToastController::~ToastController()
 {
     m_services.scheduler.cancel(m_countdownTask);
+    m_services.scheduler.cancel(m_showTask);
     m_services.scheduler.cancel(m_actionDemoSurfaceWatchdog);
 }
 
@@ -84,8 +119,9 @@ void ToastController::continueNewFile(RecordId id, const NewFileInfo &info)
         m_actionDemoFileId = id;
     } else if (info.inheritedExpiry) {
         m_services.cleanupService.schedule(id, *info.inheritedExpiry);
-        qCDebug(lcToast).noquote() << "handleNewFile: " + displayText(info.file->fileName) + " inherited archive expiry "
-                                          + dateText(*info.inheritedExpiry) + ", skipping toast";
+        qCDebug(lcToast).noquote() << "handleNewFile: " + displayText(info.file->fileName)
+                                          + " inherited archive expiry " + dateText(*info.inheritedExpiry)
+                                          + ", skipping toast";
         return;
     }
     m_toastEntries.push_back({id, info.file->fileName, info.file->filePath, info.file->fileSize});
@@ -202,17 +238,22 @@ void ToastController::showToast()
         m_currentScreen = screen;
     refreshToast();
     m_panel->orderIn(!(m_currentScreen && m_currentScreen->hasNotch));
-    m_services.scheduler.scheduleAfter(showDelay, m_services.mainExecutor,
-                                       whileAlive([this, shown = std::weak_ptr<ToastPanel>(m_panel)] {
-                                           if (m_state != DynamicIslandToastState::hidden || shown.lock() != m_panel)
-                                               return;
-                                           m_state = DynamicIslandToastState::visible;
-                                           refreshToast();
-                                       }));
+    m_services.scheduler.cancel(m_showTask);
+    m_showTask = m_services.scheduler.scheduleAfter(
+        showDelay, m_services.mainExecutor, whileAlive([this, shown = std::weak_ptr<ToastPanel>(m_panel)] {
+            m_showTask = Scheduler::invalidTimer;
+            if (m_state != DynamicIslandToastState::hidden || shown.lock() != m_panel)
+                return;
+            m_state = DynamicIslandToastState::visible;
+            refreshToast();
+        }));
 }
 
 void ToastController::hideToast()
 {
+    // A hide within the show delay must not be undone by the pending show step.
+    m_services.scheduler.cancel(m_showTask);
+    m_showTask = Scheduler::invalidTimer;
     m_services.scheduler.cancel(m_countdownTask);
     m_countdownTask = Scheduler::invalidTimer;
     m_pausedRemaining.reset();
@@ -422,17 +463,65 @@ void ToastController::performMove(const QByteArray &folder)
 {
     const std::vector<QByteArray> paths = coveredPaths();
     if (paths.empty()) {
-        closeTextInput(m_isMoveInputVisible, ToastSurface::moveInput);
+        closeMoveInput();
         hideToast();
         return;
     }
+    m_services.moveMRU.record(folder);
     m_services.mover.move(paths, folder, whileAlive([&workspace = m_services.workspace](
                                                         const std::vector<QByteArray> &targets) {
                               workspace.reveal(targets);
                           }));
     markDismissedIds(coveredIds());
-    closeTextInput(m_isMoveInputVisible, ToastSurface::moveInput);
+    closeMoveInput();
     hideToast();
+}
+
+void ToastController::openMoveInput()
+{
+    if (m_state == DynamicIslandToastState::hidden || m_isMoveInputVisible)
+        return;
+    m_isMoveInputVisible = true;
+    hoverChanged(true);
+    if (m_isActionDemoActive) {
+        m_hintVisible = false;
+        m_services.host.hideHint();
+    }
+    m_moveInputModel.reset(m_services.moveMRU.suggestions(3));
+    m_services.host.openSurface(ToastSurface::moveInput);
+    rememberFocus();
+    Q_EMIT changed();
+}
+
+void ToastController::moveQueryChanged(const QString &query)
+{
+    m_moveInputModel.setQuery(query);
+    m_moveInputModel.setResults(rankDestinations(
+        search(query, m_services.folderIndex.paths(), m_moveInputModel.homePath(), 3), m_services.moveMRU.paths()));
+    m_moveInputModel.clampSelection();
+}
+
+void ToastController::submitMove()
+{
+    if (const auto folder = m_moveInputModel.selectedURL())
+        performMove(*folder);
+}
+
+void ToastController::createFolderAndMove()
+{
+    const auto folder = m_moveInputModel.newFolderURL();
+    if (!folder)
+        return;
+    if (const QString error = makeFolderPath(*folder); !error.isEmpty()) {
+        printFailure(QStringLiteral("Failed to create folder ") + displayText(*folder) + QStringLiteral(": ") + error);
+        return;
+    }
+    performMove(*folder);
+}
+
+void ToastController::closeMoveInput()
+{
+    closeTextInput(m_isMoveInputVisible, ToastSurface::moveInput);
 }
 
 void ToastController::browseForFolder()
@@ -631,7 +720,7 @@ void ToastController::runMoreAction(MoreMenuItem::Action action)
 
 void ToastController::appDidResignActive()
 {
-    closeTextInput(m_isMoveInputVisible, ToastSurface::moveInput);
+    closeMoveInput();
     closeTimeInput();
     closeMoreMenu();
 }

@@ -3,6 +3,7 @@
 #include "core/TrackedFileStore.h"
 #include "input/MoreMenuViewModel.h"
 #include "input/TimeInputViewModel.h"
+#include "move/MoveInputViewModel.h"
 #include "platform/FocusTracker.h"
 #include "platform/Time.h"
 #include "toast/ShareTargets.h"
@@ -21,6 +22,8 @@ namespace dowsel {
 class CleanupService;
 class Clipboard;
 class FileMover;
+class FolderIndex;
+class MoveMRU;
 class Preferences;
 class ProcessLauncher;
 class Workspace;
@@ -45,6 +48,8 @@ public:
         Clipboard &clipboard;
         ProcessLauncher &launcher;
         FileMover &mover;
+        FolderIndex &folderIndex;
+        MoveMRU &moveMRU;
         std::function<std::vector<ShareTarget>()> shareTargets = [] { return availableShareTargets(); };
     };
 
@@ -57,6 +62,7 @@ public:
     static constexpr Seconds closeDelay = 0.22;
     static constexpr double topInsetCap = 14;
     static constexpr double topInsetFallback = 16;
+    static constexpr qint64 progressStep = 4 << 20;
 
     explicit ToastController(Services services, QObject *parent = nullptr);
     ~ToastController() override;
@@ -88,8 +94,14 @@ public:
     void submitTimeInput();
     void closeTimeInput();
 
-    // The move input's folder chooser.
+    // The move input: search as the query changes, move to the highlighted row, create the
+    // folder the query names, or choose one in a dialog.
+    void openMoveInput();
+    void moveQueryChanged(const QString &query);
+    void submitMove();
+    void createFolderAndMove();
     void browseForFolder();
+    void closeMoveInput();
 
     void openMoreMenu();
     void closeMoreMenu(bool restoreFocus = true);
@@ -130,12 +142,15 @@ public:
     HintPhase demoPhase() const { return m_demoPhase; }
     std::optional<FocusTracker::WindowHandle> previouslyActiveApp() const { return m_previouslyActiveApp; }
 
+    MoveInputViewModel &moveInputModel() { return m_moveInputModel; }
     TimeInputViewModel &timeInputModel() { return m_timeInputModel; }
     MoreMenuViewModel &moreMenuModel() { return m_moreMenuModel; }
 
 Q_SIGNALS:
     // After every refresh: the view input or a surface flag may have changed.
     void changed();
+    // A large file being copied to another file system by a move, every few megabytes.
+    void moveProgress(const QString &fileName, qint64 copied, qint64 total);
 
 private:
     struct NewFileInfo;
@@ -158,6 +173,7 @@ private:
     auto whileAlive(F work);
 
     Services m_services;
+    MoveInputViewModel m_moveInputModel;
     TimeInputViewModel m_timeInputModel;
     MoreMenuViewModel m_moreMenuModel;
 
@@ -186,6 +202,7 @@ private:
     int m_activeCountdownSeconds = countdownTotal;
     Date m_countdownDeadline = 0;
     Scheduler::TimerId m_countdownTask = Scheduler::invalidTimer;
+    Scheduler::TimerId m_showTask = Scheduler::invalidTimer;
     std::optional<Seconds> m_pausedRemaining;
     std::optional<ToastScreen> m_currentScreen;
     std::optional<FocusTracker::WindowHandle> m_previouslyActiveApp;

@@ -201,9 +201,10 @@ TEST_F(CrossDeviceMove, InterruptedCopyLeavesTheSourceAndNoPartialFile)
     const QByteArray content = patternBytes(4 * 1024 * 1024);
     writeFile(sourcePath("movie.mkv"), content);
 
-    const MoveResult result =
-        moveAcrossDevices(sourcePath("movie.mkv"), destinationFolder(),
-                          [](const QByteArray &, std::int64_t copied, std::int64_t) { return copied < 2 * 1024 * 1024; });
+    const auto stopHalfway = [](const QByteArray &, std::int64_t copied, std::int64_t) {
+        return copied < 2 * 1024 * 1024;
+    };
+    const MoveResult result = moveAcrossDevices(sourcePath("movie.mkv"), destinationFolder(), stopHalfway);
     EXPECT_FALSE(result.moved());
     EXPECT_FALSE(result.placed);
     EXPECT_EQ(readFile(sourcePath("movie.mkv")), content);
