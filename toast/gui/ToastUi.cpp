@@ -36,6 +36,7 @@ ToastUi::ToastUi(const ToastUiServices &services, ToastDesktop desktop)
           .mover = services.mover,
           .folderIndex = services.folderIndex,
           .moveMRU = services.moveMRU,
+          .shareTargets = services.shareTargets,
       })),
       m_shortcuts(*m_keyGrabber, services.mainExecutor)
 {

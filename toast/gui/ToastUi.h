@@ -36,6 +36,7 @@ struct ToastUiServices {
     FolderIndex &folderIndex;
     MoveMRU &moveMRU;
     ThumbnailCache &thumbnails;
+    std::function<std::vector<ShareTarget>()> shareTargets = [] { return availableShareTargets(); };
 };
 
 // The desktop the toast acts on.
