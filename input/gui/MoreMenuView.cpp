@@ -34,13 +34,6 @@ std::optional<MoreMenuItem::Action> superShiftAction(int key)
     }
 }
 
-// "Super+Shift+O" as the toast's badges write it.
-QString keyCapText(const QString &keycap)
-{
-    QString text = keycap;
-    return text.replace(QStringLiteral("Shift"), QStringLiteral("⇧"));
-}
-
 } // namespace
 
 MoreMenuView::MoreMenuView(MoreMenuViewModel &model, QWidget *parent) : QWidget(parent), m_model(model)
@@ -132,8 +125,7 @@ void MoreMenuView::paintEvent(QPaintEvent *)
         const QRectF iconRect(x, rect.center().y() - iconSize / 2, iconSize, iconSize);
         QIcon::fromTheme(item.icon).paint(&painter, iconRect.toRect());
         x = iconRect.right() + spacing;
-        const QRectF cap = st::paintKeyCap(painter, rect.right() - innerMargin, rect.center().y(),
-                                           keyCapText(item.keycap));
+        const QRectF cap = st::paintKeyCap(painter, rect.right() - innerMargin, rect.center().y(), item.keycap);
         painter.setFont(st::font(13, QFont::Medium));
         painter.setPen(color);
         painter.drawText(QRectF(x, rect.top(), cap.left() - spacing - x, rect.height()),

@@ -2,17 +2,34 @@
 
 #include <QFontMetricsF>
 #include <QPainter>
+#include <QStringList>
 
 namespace dowsel::surfacestyle {
 
 namespace {
 
-constexpr double keyCapPadding = 5;
+constexpr double keyCapPadding = 4;
 constexpr double keyCapHeight = 16;
+constexpr double keyCapSpacing = 2;
 
 QFont keyCapFont()
 {
     return font(10, QFont::Medium);
+}
+
+QStringList capsOf(const QString &combination)
+{
+    QStringList keys = combination.split(QLatin1Char('+'), Qt::SkipEmptyParts);
+    for (QString &key : keys) {
+        if (key == u"Shift")
+            key = QStringLiteral("⇧");
+    }
+    return keys;
+}
+
+double capWidth(const QString &key)
+{
+    return QFontMetricsF(keyCapFont()).horizontalAdvance(key) + 2 * keyCapPadding;
 }
 
 } // namespace
@@ -49,24 +66,33 @@ QColor panelBackground()
     return QColor(24, 24, 26, 245);
 }
 
-QSizeF keyCapSize(const QString &keys)
+QSizeF keyCapSize(const QString &combination)
 {
-    return {QFontMetricsF(keyCapFont()).horizontalAdvance(keys) + 2 * keyCapPadding, keyCapHeight};
+    const QStringList keys = capsOf(combination);
+    double width = keys.isEmpty() ? 0 : (keys.size() - 1) * keyCapSpacing;
+    for (const QString &key : keys)
+        width += capWidth(key);
+    return {width, keyCapHeight};
 }
 
-QRectF paintKeyCap(QPainter &painter, double right, double centerY, const QString &keys)
+QRectF paintKeyCap(QPainter &painter, double right, double centerY, const QString &combination)
 {
-    const QSizeF size = keyCapSize(keys);
-    const QRectF cap(right - size.width(), centerY - size.height() / 2, size.width(), size.height());
+    const QSizeF size = keyCapSize(combination);
+    const QRectF all(right - size.width(), centerY - size.height() / 2, size.width(), size.height());
     painter.save();
-    painter.setPen(QPen(primary(0.12), 0.5));
-    painter.setBrush(primary(0.08));
-    painter.drawRoundedRect(cap.adjusted(0.25, 0.25, -0.25, -0.25), 4, 4);
     painter.setFont(keyCapFont());
-    painter.setPen(secondary());
-    painter.drawText(cap, Qt::AlignCenter, keys);
+    double x = all.left();
+    for (const QString &key : capsOf(combination)) {
+        const QRectF cap(x, all.top(), capWidth(key), all.height());
+        painter.setPen(QPen(primary(0.12), 0.5));
+        painter.setBrush(primary(0.08));
+        painter.drawRoundedRect(cap.adjusted(0.25, 0.25, -0.25, -0.25), 4, 4);
+        painter.setPen(secondary());
+        painter.drawText(cap, Qt::AlignCenter, key);
+        x = cap.right() + keyCapSpacing;
+    }
     painter.restore();
-    return cap;
+    return all;
 }
 
 void paintDivider(QPainter &painter, double y, double width)

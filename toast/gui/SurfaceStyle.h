@@ -21,10 +21,12 @@ QColor secondary();
 QColor destructive(double opacity = 1);
 QColor panelBackground();
 
-// A key label such as "Ctrl+N" on a small rounded cap.
-QSizeF keyCapSize(const QString &keys);
-// Draws the cap with its right edge at `right`, centred on `centerY`; returns its rectangle.
-QRectF paintKeyCap(QPainter &painter, double right, double centerY, const QString &keys);
+// A key combination such as "Ctrl+N" or "Super+Shift+O" as one small rounded cap per key,
+// Shift written "⇧" as on the toast's badges.
+QSizeF keyCapSize(const QString &combination);
+// Draws the caps with their right edge at `right`, centred on `centerY`; returns the
+// rectangle they take.
+QRectF paintKeyCap(QPainter &painter, double right, double centerY, const QString &combination);
 // One horizontal hairline across `width` at `y`, as between the header and the rows.
 void paintDivider(QPainter &painter, double y, double width);
 
