@@ -64,6 +64,8 @@ QtToastHost::~QtToastHost()
 {
     for (auto &[surface, panel] : m_surfaces)
         delete panel;
+    for (const QPointer<SurfacePanel> &panel : m_closing)
+        delete panel;
     delete m_hint;
     delete m_shareMenu;
     delete m_folderDialog;
@@ -176,6 +178,13 @@ void QtToastHost::closeSurface(ToastSurface surface)
         return;
     if (m_keyPanel == panel)
         m_keyPanel = nullptr;
+    fadeOut(panel);
+}
+
+void QtToastHost::fadeOut(SurfacePanel *panel)
+{
+    std::erase_if(m_closing, [](const QPointer<SurfacePanel> &closing) { return closing.isNull(); });
+    m_closing.emplace_back(panel);
     panel->fadeOutAndDelete();
 }
 
@@ -333,7 +342,7 @@ void QtToastHost::hideHint()
 {
     if (SurfacePanel *hint = m_hint) {
         m_hint = nullptr;
-        hint->fadeOutAndDelete();
+        fadeOut(hint);
     }
 }
 

@@ -11,6 +11,7 @@
 #include <QScreen>
 
 #include <map>
+#include <vector>
 
 namespace dowsel {
 
@@ -66,6 +67,7 @@ private:
     void placeSurface(ToastSurface surface);
     void placeHint();
     void deliverShareChoice(const QMenu *menu);
+    void fadeOut(SurfacePanel *panel);
 
     const Clock &m_clock;
     ThumbnailCache &m_thumbnails;
@@ -74,6 +76,8 @@ private:
     std::map<ToastSurface, QPointer<SurfacePanel>> m_surfaces;
     QPointer<SurfacePanel> m_keyPanel;
     QPointer<SurfacePanel> m_hint;
+    // Panels still fading out; their views read the controller's models until they are gone.
+    std::vector<QPointer<SurfacePanel>> m_closing;
     HintContent m_hintContent;
     std::optional<QRect> m_shareAnchor;
     QPointer<QMenu> m_shareMenu;
