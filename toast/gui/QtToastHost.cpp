@@ -206,6 +206,7 @@ QWidget *QtToastHost::createView(ToastSurface surface)
     }
     case ToastSurface::timeInput: {
         auto *view = new TimeInputView(m_controller->timeInputModel(), m_clock);
+        view->onQueryChanged = [this] { placeSurface(ToastSurface::timeInput); };
         view->onSubmit = [this] { queue([](ToastController &c) { c.submitTimeInput(); }); };
         view->onCancel = [this] { queue([](ToastController &c) { c.closeTimeInput(); }); };
         return view;
