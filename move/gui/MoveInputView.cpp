@@ -65,7 +65,8 @@ QStringList fitBreadcrumb(QStringList pieces, double width)
     if (pieces.size() == 2 && pieces.first() != ellipsis && breadcrumbWidth(pieces) > width)
         pieces.first() = ellipsis;
     if (!pieces.isEmpty() && breadcrumbWidth(pieces) > width) {
-        const double others = breadcrumbWidth(pieces) - QFontMetricsF(segmentFont(true)).horizontalAdvance(pieces.last());
+        const double others =
+            breadcrumbWidth(pieces) - QFontMetricsF(segmentFont(true)).horizontalAdvance(pieces.last());
         pieces.last() = QFontMetricsF(segmentFont(true)).elidedText(pieces.last(), Qt::ElideMiddle, width - others);
     }
     return pieces;

@@ -7,7 +7,8 @@
 
 namespace dowsel {
 
-SurfacePanel::SurfacePanel(Role role, QSize initialSize) : FloatingPanel(role, initialSize), m_fade(this, "windowOpacity")
+SurfacePanel::SurfacePanel(Role role, QSize initialSize)
+    : FloatingPanel(role, initialSize), m_fade(this, "windowOpacity")
 {
     connect(&m_fade, &QPropertyAnimation::finished, this, [this] {
         orderOut();
