@@ -336,6 +336,14 @@ void ToastController::setOptionHeld(bool held)
     refreshToast();
 }
 
+void ToastController::setOnboardingActive(bool active)
+{
+    if (active == m_isOnboardingActive)
+        return;
+    m_isOnboardingActive = active;
+    Q_EMIT changed();
+}
+
 bool ToastController::isAnySurfaceOpen() const
 {
     return m_isMoveInputVisible || m_isTimeInputVisible || m_isMoreVisible || m_isSharePickerVisible;

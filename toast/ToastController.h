@@ -78,7 +78,8 @@ public:
     void startCountdown();
     void hoverChanged(bool isHovering);
     void setOptionHeld(bool held);
-    void setOnboardingActive(bool active) { m_isOnboardingActive = active; }
+    // Emits changed(), so that the shortcuts follow.
+    void setOnboardingActive(bool active);
 
     // Actions on every file of the toast.
     void markTemporary();

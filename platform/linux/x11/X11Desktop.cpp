@@ -52,28 +52,70 @@ void sendToRoot(xcb_connection_t *c, xcb_window_t window, xcb_atom_t type, std::
                    reinterpret_cast<const char *>(&event));
 }
 
+std::optional<xcb_window_t> windowProperty(xcb_connection_t *c, xcb_window_t window, const QByteArray &name)
+{
+    XcbReply<xcb_get_property_reply_t> property(xcb_get_property_reply(
+        c, xcb_get_property(c, 0, window, atom(c, name), XCB_ATOM_WINDOW, 0, 1), nullptr));
+    if (!property || xcb_get_property_value_length(property.get()) < 4)
+        return std::nullopt;
+    const xcb_window_t value = *static_cast<const xcb_window_t *>(xcb_get_property_value(property.get()));
+    return value == XCB_WINDOW_NONE ? std::nullopt : std::optional(value);
+}
+
+bool hasWindowManager(xcb_connection_t *c)
+{
+    return windowProperty(c, rootWindow(c), "_NET_SUPPORTING_WM_CHECK").has_value();
+}
+
 } // namespace
+
+std::optional<std::uint32_t> activeWindow()
+{
+    xcb_connection_t *c = connection();
+    if (!c)
+        return std::nullopt;
+    if (const auto active = windowProperty(c, rootWindow(c), "_NET_ACTIVE_WINDOW"))
+        return active;
+    if (hasWindowManager(c))
+        return std::nullopt;
+    XcbReply<xcb_get_input_focus_reply_t> focus(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+    if (!focus || focus->focus == XCB_WINDOW_NONE || focus->focus == XCB_INPUT_FOCUS_POINTER_ROOT)
+        return std::nullopt;
+    return focus->focus;
+}
 
 std::optional<QPoint> activeWindowCenter()
 {
     xcb_connection_t *c = connection();
     if (!c)
         return std::nullopt;
-    const xcb_window_t root = rootWindow(c);
-    const xcb_atom_t activeAtom = atom(c, "_NET_ACTIVE_WINDOW");
-    XcbReply<xcb_get_property_reply_t> property(xcb_get_property_reply(
-        c, xcb_get_property(c, 0, root, activeAtom, XCB_ATOM_WINDOW, 0, 1), nullptr));
-    if (!property || xcb_get_property_value_length(property.get()) < 4)
+    const std::optional<xcb_window_t> active = windowProperty(c, rootWindow(c), "_NET_ACTIVE_WINDOW");
+    if (!active)
         return std::nullopt;
-    const xcb_window_t active = *static_cast<const xcb_window_t *>(xcb_get_property_value(property.get()));
-    if (active == XCB_WINDOW_NONE)
-        return std::nullopt;
-    XcbReply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(c, xcb_get_geometry(c, active), nullptr));
+    XcbReply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(c, xcb_get_geometry(c, *active), nullptr));
     XcbReply<xcb_translate_coordinates_reply_t> origin(
-        xcb_translate_coordinates_reply(c, xcb_translate_coordinates(c, active, root, 0, 0), nullptr));
+        xcb_translate_coordinates_reply(c, xcb_translate_coordinates(c, *active, rootWindow(c), 0, 0), nullptr));
     if (!geometry || !origin)
         return std::nullopt;
     return QPoint(origin->dst_x + geometry->width / 2, origin->dst_y + geometry->height / 2);
+}
+
+void activateWindow(std::uint32_t window)
+{
+    xcb_connection_t *c = connection();
+    if (!c)
+        return;
+    XcbReply<xcb_get_window_attributes_reply_t> attributes(
+        xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), nullptr));
+    if (!attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE)
+        return;
+    if (hasWindowManager(c)) {
+        constexpr std::uint32_t sourcePager = 2;
+        sendToRoot(c, window, atom(c, "_NET_ACTIVE_WINDOW"), {sourcePager, XCB_CURRENT_TIME, 0, 0, 0});
+    } else {
+        xcb_set_input_focus(c, XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME);
+    }
+    xcb_flush(c);
 }
 
 bool hasCompositor()

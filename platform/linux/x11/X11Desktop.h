@@ -4,6 +4,7 @@
 #include <QRect>
 #include <QWindow>
 
+#include <cstdint>
 #include <optional>
 
 namespace dowsel::x11 {
@@ -11,8 +12,16 @@ namespace dowsel::x11 {
 // Window-manager and shape calls on Qt's own X connection. Each one does nothing (or
 // answers "unknown") when the application does not run on X11, so callers fall back.
 
+// The active window: _NET_ACTIVE_WINDOW, or the X input focus without a window manager.
+std::optional<std::uint32_t> activeWindow();
+
 // Centre of the active window (_NET_ACTIVE_WINDOW) in native root coordinates.
 std::optional<QPoint> activeWindowCenter();
+
+// Hands the keyboard to `window`: a _NET_ACTIVE_WINDOW request to the window manager (as a
+// pager would ask, so that focus-stealing rules let it through), or the input focus set
+// directly when no window manager answers. Does nothing when the window is no longer mapped.
+void activateWindow(std::uint32_t window);
 
 // True when a compositing manager owns _NET_WM_CM_S<n>: only then are translucent windows
 // really translucent.

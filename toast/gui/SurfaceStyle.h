@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QColor>
+#include <QFont>
+#include <QRectF>
+#include <QString>
+
+class QPainter;
+
+namespace dowsel::surfacestyle {
+
+// The look shared by the panels under the toast: light text on a dark rounded panel that
+// matches the black island.
+inline constexpr double cornerRadius = 14;
+inline constexpr double rowCornerRadius = 8;
+
+QFont font(double pixelSize, QFont::Weight weight = QFont::Normal);
+// Text and fills: white at `opacity`.
+QColor primary(double opacity = 1);
+QColor secondary();
+QColor destructive(double opacity = 1);
+QColor panelBackground();
+
+// A key combination such as "Ctrl+N" or "Super+Shift+O" as one small rounded cap per key,
+// Shift written "⇧" as on the toast's badges.
+QSizeF keyCapSize(const QString &combination);
+// Draws the caps with their right edge at `right`, centred on `centerY`; returns the
+// rectangle they take.
+QRectF paintKeyCap(QPainter &painter, double right, double centerY, const QString &combination);
+// One horizontal hairline across `width` at `y`, as between the header and the rows.
+void paintDivider(QPainter &painter, double y, double width);
+
+} // namespace dowsel::surfacestyle
