@@ -366,6 +366,14 @@ void ToastController::setOptionHeld(bool held)
     refreshToast();
 }
 
+void ToastController::setOnboardingActive(bool active)
+{
+    if (active == m_isOnboardingActive)
+        return;
+    m_isOnboardingActive = active;
+    Q_EMIT changed();
+}
+
 bool ToastController::isAnySurfaceOpen() const
 {
     return m_isMoveInputVisible || m_isTimeInputVisible || m_isMoreVisible || m_isSharePickerVisible;
@@ -761,7 +769,7 @@ void ToastController::startActionDemoToast(const QByteArray &practiceFilePath, b
                                            std::function<void()> onConcluded)
 {
     collapseToast();
-    m_isOnboardingActive = false;
+    setOnboardingActive(false);
     m_isActionDemoActive = true;
     m_actionDemoIsFirstRun = isFirstRun;
     m_actionDemoFilePath = practiceFilePath;

@@ -78,7 +78,8 @@ public:
     void startCountdown();
     void hoverChanged(bool isHovering);
     void setOptionHeld(bool held);
-    void setOnboardingActive(bool active) { m_isOnboardingActive = active; }
+    // Emits changed(), so that the shortcuts follow.
+    void setOnboardingActive(bool active);
     // The onboarding takes the screen: the toast, its inputs, the hint and any demo go away
     // at once, and new downloads are recorded without a toast until it ends.
     void startOnboarding();

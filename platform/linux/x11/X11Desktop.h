@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QPoint>
+#include <QRect>
+#include <QWindow>
+
+#include <cstdint>
+#include <optional>
+
+namespace dowsel::x11 {
+
+// Window-manager and shape calls on Qt's own X connection. Each one does nothing (or
+// answers "unknown") when the application does not run on X11, so callers fall back.
+
+// The active window: _NET_ACTIVE_WINDOW, or the X input focus without a window manager.
+std::optional<std::uint32_t> activeWindow();
+
+// Centre of the active window (_NET_ACTIVE_WINDOW) in native root coordinates.
+std::optional<QPoint> activeWindowCenter();
+
+// Hands the keyboard to `window`: a _NET_ACTIVE_WINDOW request to the window manager (as a
+// pager would ask, so that focus-stealing rules let it through), or the input focus set
+// directly when no window manager answers. Does nothing when the window is no longer mapped.
+void activateWindow(std::uint32_t window);
+
+// True when a compositing manager owns _NET_WM_CM_S<n>: only then are translucent windows
+// really translucent.
+bool hasCompositor();
+
+// Clicks inside `region` (window coordinates, device-independent) go to the window; clicks
+// elsewhere pass to whatever lies below. Uses the X Shape extension's input region.
+bool setInputRegion(QWindow &window, const QRect &region);
+
+// Keeps a managed window on every desktop and above other windows, full-screen ones
+// included where the window manager allows it (EWMH sticky, above, desktop 0xFFFFFFFF).
+void keepOnAllDesktopsAndAbove(QWindow &window);
+
+} // namespace dowsel::x11

@@ -1,0 +1,92 @@
+#pragma once
+
+#include "platform/KeyGrabber.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace dowsel {
+
+class Executor;
+
+// What a global shortcut asks the toast controller to do.
+enum class ShortcutAction {
+    customTime,
+    share,
+    copy,
+    markTemporary,
+    open,
+    move,
+    more,
+    deleteNow,
+    dismiss,
+    onboardingPrimary,
+};
+
+// The controller's state as far as the shortcuts care.
+struct ShortcutContext {
+    bool isOnboardingActive = false;
+    // A toast is up: its state is visible, its panel on screen and it covers at least one file.
+    bool isToastShown = false;
+    // The move input, the time input, the More menu or the share menu is open and has the keyboard.
+    bool isSecondarySurfaceOpen = false;
+
+    friend bool operator==(const ShortcutContext &, const ShortcutContext &) = default;
+};
+
+// The action a key combination stands for in `context`, or nothing when the key must reach
+// the focused application untouched.
+std::optional<ShortcutAction> shortcutAction(KeyCombination combination, const ShortcutContext &context);
+
+// Every combination the toast answers, in the order they are tested.
+const std::vector<KeyCombination> &toastShortcuts();
+
+// The combinations to hold in `context`: none while no toast is up or while a panel has the
+// keyboard, so that nothing is taken from the user without a reason.
+std::vector<KeyCombination> combinationsToGrab(const ShortcutContext &context);
+
+// "Super+Shift+T", for the settings page.
+QString shortcutText(KeyCombination combination);
+
+// Turns grabbed key presses into toast actions. Keys are grabbed only while they count, so
+// they are swallowed by the grab itself; the action always runs later on the main executor,
+// never inside the key handler.
+class GlobalShortcuts {
+public:
+    GlobalShortcuts(KeyGrabber &grabber, Executor &mainExecutor);
+    ~GlobalShortcuts();
+    GlobalShortcuts(const GlobalShortcuts &) = delete;
+    GlobalShortcuts &operator=(const GlobalShortcuts &) = delete;
+
+    // Connects to the key hook and checks, by grabbing every combination once, which ones
+    // another program holds. Returns true when the shortcuts can work. Safe to call again.
+    bool installEventTap();
+    bool isInstalled() const { return m_installed; }
+
+    // Call after every change of the toast's state; grabs or releases keys as needed.
+    void update(const ShortcutContext &context);
+
+    // Combinations that another program holds, as "Super+Shift+T"; they stay with that program.
+    QStringList blockedShortcuts() const;
+
+    std::function<void(ShortcutAction)> onAction;
+    std::function<void(bool isHeld)> onOptionHeldChanged;
+
+private:
+    void applyGrabs();
+    void handlePress(KeyCombination combination);
+    void handleAlt(bool isDown);
+
+    KeyGrabber &m_grabber;
+    Executor &m_main;
+    bool m_installed = false;
+    ShortcutContext m_context;
+    std::vector<KeyCombination> m_grabbed;
+    std::vector<KeyCombination> m_blocked;
+};
+
+} // namespace dowsel

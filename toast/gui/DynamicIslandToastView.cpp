@@ -1,0 +1,327 @@
+#include "toast/gui/DynamicIslandToastView.h"
+
+#include "toast/IslandLayout.h"
+#include "ui/FileThumbnailView.h"
+
+#include <QFontMetricsF>
+#include <QMouseEvent>
+#include <QPainter>
+
+#include <algorithm>
+
+namespace dowsel {
+
+namespace {
+
+struct BadgeContent {
+    QStringList keys;
+    QString label;
+};
+
+const BadgeContent markTemporaryBadge{{QStringLiteral("Super"), QStringLiteral("⇧"), QStringLiteral("T")},
+                                      QStringLiteral("Mark temporary")};
+const BadgeContent customTimeBadge{
+    {QStringLiteral("Super"), QStringLiteral("⇧"), QStringLiteral("Alt"), QStringLiteral("T")},
+    QStringLiteral("Custom time…")};
+const BadgeContent moveBadgeContent{{QStringLiteral("Super"), QStringLiteral("⇧"), QStringLiteral("M")},
+                                    QStringLiteral("Move")};
+const BadgeContent moreBadgeContent{{QStringLiteral("Super"), QStringLiteral("⇧"), QStringLiteral(".")},
+                                    QStringLiteral("More")};
+
+constexpr double badgeHeight = 20;
+constexpr double badgeSpacing = 6;
+constexpr double badgePadding = 6;
+constexpr double keycapPadding = 3;
+constexpr double keycapSpacing = 2;
+constexpr double nameBadgeGap = 6;
+const QColor ringGreen(52, 199, 89);
+
+QFont pixelFont(double size, QFont::Weight weight = QFont::Normal)
+{
+    QFont font;
+    font.setPixelSize(qRound(size));
+    font.setWeight(weight);
+    return font;
+}
+
+QFont nameFont()
+{
+    return pixelFont(15, QFont::DemiBold);
+}
+QFont labelFont()
+{
+    return pixelFont(11);
+}
+QFont keycapFont()
+{
+    return pixelFont(9, QFont::Medium);
+}
+
+double keycapWidth(const QString &key)
+{
+    return QFontMetricsF(keycapFont()).horizontalAdvance(key) + 2 * keycapPadding;
+}
+
+double badgeWidth(const BadgeContent &badge)
+{
+    double width = 2 * badgePadding + QFontMetricsF(labelFont()).horizontalAdvance(badge.label) + 4;
+    for (const QString &key : badge.keys)
+        width += keycapWidth(key) + keycapSpacing;
+    return width;
+}
+
+// A capsule with the key caps and the label; brighter when it can be clicked.
+void paintBadge(QPainter &painter, const QRectF &rect, const BadgeContent &badge, bool interactive, bool pressed,
+                double opacity)
+{
+    painter.save();
+    painter.setOpacity(painter.opacity() * opacity * (pressed ? 0.75 : 1.0));
+    if (pressed) {
+        painter.translate(rect.center());
+        painter.scale(0.97, 0.97);
+        painter.translate(-rect.center());
+    }
+    const double radius = rect.height() / 2;
+    painter.setPen(QPen(QColor(255, 255, 255, interactive ? 46 : 15), 0.5));
+    painter.setBrush(QColor(255, 255, 255, interactive ? 41 : 20));
+    painter.drawRoundedRect(rect, radius, radius);
+
+    double x = rect.left() + badgePadding;
+    painter.setFont(keycapFont());
+    for (const QString &key : badge.keys) {
+        const QRectF cap(x, rect.top() + 3.5, keycapWidth(key), rect.height() - 7);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(QColor(255, 255, 255, 38));
+        painter.drawRoundedRect(cap, 3, 3);
+        painter.setPen(QColor(255, 255, 255, 230));
+        painter.drawText(cap, Qt::AlignCenter, key);
+        x = cap.right() + keycapSpacing;
+    }
+    painter.setFont(labelFont());
+    painter.setPen(QColor(255, 255, 255, interactive ? 255 : 217));
+    painter.drawText(QRectF(x + 2, rect.top(), rect.right() - x - 2, rect.height()), Qt::AlignVCenter | Qt::AlignLeft,
+                     badge.label);
+    painter.restore();
+}
+
+} // namespace
+
+QPainterPath dynamicIslandShape(const QRectF &rect, double t, double b)
+{
+    QPainterPath path;
+    path.moveTo(rect.left(), rect.top());
+    path.quadTo(rect.left() + t, rect.top(), rect.left() + t, rect.top() + t);
+    path.lineTo(rect.left() + t, rect.bottom() - b);
+    path.quadTo(rect.left() + t, rect.bottom(), rect.left() + t + b, rect.bottom());
+    path.lineTo(rect.right() - t - b, rect.bottom());
+    path.quadTo(rect.right() - t, rect.bottom(), rect.right() - t, rect.bottom() - b);
+    path.lineTo(rect.right() - t, rect.top() + t);
+    path.quadTo(rect.right() - t, rect.top(), rect.right(), rect.top());
+    path.closeSubpath();
+    return path;
+}
+
+DynamicIslandToastView::DynamicIslandToastView(QWidget *parent) : QWidget(parent)
+{
+    setMouseTracking(true);
+    setAttribute(Qt::WA_OpaquePaintEvent, false);
+}
+
+void DynamicIslandToastView::setFrame(Frame frame)
+{
+    m_frame = std::move(frame);
+    layoutBadges();
+    update();
+}
+
+QRectF DynamicIslandToastView::islandRect() const
+{
+    return {(width() - island::width) / 2, 0, island::width, island::height(m_frame.input.topInset)};
+}
+
+QTransform DynamicIslandToastView::islandTransform() const
+{
+    const island::Appearance look = island::appearance(m_frame.expansion, m_frame.input.hasNotch);
+    const QRectF rect = islandRect();
+    QTransform transform;
+    // The bump scales about the island's centre, the collapse about its top centre.
+    transform.translate(rect.center().x(), rect.center().y());
+    transform.scale(m_frame.bumpScale, m_frame.bumpScale);
+    transform.translate(-rect.center().x(), -rect.center().y());
+    transform.translate(rect.center().x(), rect.top());
+    transform.scale(look.scaleX, look.scaleY);
+    transform.translate(-rect.center().x(), -rect.top());
+    return transform;
+}
+
+QPainterPath DynamicIslandToastView::islandOutline() const
+{
+    return islandTransform().map(dynamicIslandShape(islandRect(), island::topCornerRadius, island::bottomCornerRadius));
+}
+
+void DynamicIslandToastView::layoutBadges()
+{
+    const QRectF rect = islandRect();
+    const double contentTop = rect.top() + m_frame.input.topInset + 8;
+    const double nameHeight = QFontMetricsF(nameFont()).height();
+    const double blockTop = contentTop + (island::thumbnailSize - nameHeight - nameBadgeGap - badgeHeight) / 2;
+    double x = rect.left() + island::leadingInset + island::thumbnailSize + island::spacing;
+    const double y = blockTop + nameHeight + nameBadgeGap;
+    const BadgeContent &keep = m_frame.input.isOptionHeld ? customTimeBadge : markTemporaryBadge;
+    m_badgeRects[keepBadge] = QRectF(x, y, badgeWidth(keep), badgeHeight);
+    m_customTimeRect = QRectF(x, y, badgeWidth(customTimeBadge), badgeHeight);
+    x = m_badgeRects[keepBadge].right() + badgeSpacing;
+    m_badgeRects[moveBadge] = QRectF(x, y, badgeWidth(moveBadgeContent), badgeHeight);
+    x = m_badgeRects[moveBadge].right() + badgeSpacing;
+    m_badgeRects[moreBadge] = QRectF(x, y, badgeWidth(moreBadgeContent), badgeHeight);
+}
+
+void DynamicIslandToastView::paintEvent(QPaintEvent *)
+{
+    const island::Appearance look = island::appearance(m_frame.expansion, m_frame.input.hasNotch);
+    if (look.opacity <= 0)
+        return;
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setRenderHint(QPainter::TextAntialiasing);
+    painter.setOpacity(look.opacity);
+    painter.setTransform(islandTransform());
+    paintIsland(painter);
+}
+
+void DynamicIslandToastView::paintIsland(QPainter &painter)
+{
+    const QRectF rect = islandRect();
+    const QPainterPath shape = dynamicIslandShape(rect, island::topCornerRadius, island::bottomCornerRadius);
+    painter.fillPath(shape, Qt::black);
+    if (m_frame.input.files.empty())
+        return;
+    painter.setClipPath(shape);
+
+    const double contentTop = rect.top() + m_frame.input.topInset + 8;
+    const QRectF thumbnail(rect.left() + island::leadingInset, contentTop, island::thumbnailSize,
+                           island::thumbnailSize);
+    paintFileThumbnail(painter, thumbnail, m_frame.thumbnail, m_frame.thumbnailPath, 10);
+    if (m_frame.input.files.size() >= 2)
+        paintStackCount(painter, thumbnail);
+
+    const QRectF ring(rect.right() - island::trailingInset - island::ringSize,
+                      contentTop + (island::thumbnailSize - island::ringSize) / 2, island::ringSize, island::ringSize);
+    paintRing(painter, ring);
+
+    const double nameLeft = thumbnail.right() + island::spacing;
+    const double nameRight = ring.left() - island::spacing - 12;
+    const QFontMetricsF metrics(nameFont());
+    painter.setFont(nameFont());
+    painter.setPen(Qt::white);
+    const QString name =
+        metrics.elidedText(m_frame.input.files.front().fileName, Qt::ElideMiddle, nameRight - nameLeft);
+    painter.drawText(QRectF(nameLeft, m_badgeRects[keepBadge].top() - nameBadgeGap - metrics.height(),
+                            nameRight - nameLeft, metrics.height()),
+                     Qt::AlignLeft | Qt::AlignVCenter, name);
+    paintBadges(painter);
+}
+
+void DynamicIslandToastView::paintBadges(QPainter &painter)
+{
+    const double swap = std::clamp(m_frame.optionSwap, 0.0, 1.0);
+    const QRectF keepRect(m_badgeRects[keepBadge].topLeft(), QSizeF(badgeWidth(markTemporaryBadge), badgeHeight));
+    const bool pressedKeep = m_pressedBadge == keepBadge;
+    if (swap < 1)
+        paintBadge(painter, keepRect, markTemporaryBadge, m_isHovering, pressedKeep, 1 - swap);
+    if (swap > 0)
+        paintBadge(painter, m_customTimeRect, customTimeBadge, m_isHovering, pressedKeep, swap);
+    paintBadge(painter, m_badgeRects[moveBadge], moveBadgeContent, m_isHovering, m_pressedBadge == moveBadge, 1);
+    paintBadge(painter, m_badgeRects[moreBadge], moreBadgeContent, m_isHovering, m_pressedBadge == moreBadge, 1);
+}
+
+void DynamicIslandToastView::paintRing(QPainter &painter, const QRectF &rect) const
+{
+    constexpr double lineWidth = 3.5;
+    const QRectF circle = rect.adjusted(lineWidth / 2, lineWidth / 2, -lineWidth / 2, -lineWidth / 2);
+    painter.save();
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(QColor(255, 255, 255, 46), lineWidth, Qt::SolidLine, Qt::FlatCap));
+    painter.drawEllipse(circle);
+    const double fraction = std::max(m_frame.ringProgress, 0.001);
+    painter.setPen(QPen(ringGreen, lineWidth, Qt::SolidLine, Qt::RoundCap));
+    // From twelve o'clock, clockwise; Qt counts sixteenths of a degree, anticlockwise.
+    painter.drawArc(circle, 90 * 16, -qRound(fraction * 360 * 16));
+    painter.restore();
+}
+
+void DynamicIslandToastView::paintStackCount(QPainter &painter, const QRectF &thumbnail) const
+{
+    const QString text = QString::number(static_cast<long long>(m_frame.input.files.size()));
+    const QFont font = pixelFont(10, QFont::Bold);
+    const double width = std::max(16.0, QFontMetricsF(font).horizontalAdvance(text) + 6);
+    const QRectF badge(thumbnail.right() - width + 5, thumbnail.top() - 5, width, 16);
+    painter.save();
+    painter.setPen(QPen(Qt::black, 1.5));
+    painter.setBrush(palette().color(QPalette::Highlight));
+    painter.drawRoundedRect(badge, 8, 8);
+    painter.setFont(font);
+    painter.setPen(Qt::white);
+    painter.drawText(badge, Qt::AlignCenter, text);
+    painter.restore();
+}
+
+int DynamicIslandToastView::badgeAt(QPointF widgetPoint) const
+{
+    bool invertible = false;
+    const QPointF point = islandTransform().inverted(&invertible).map(widgetPoint);
+    if (!invertible)
+        return -1;
+    for (int badge = 0; badge < badgeCount; ++badge) {
+        if (m_badgeRects[badge].contains(point))
+            return badge;
+    }
+    return -1;
+}
+
+void DynamicIslandToastView::setHovering(bool hovering)
+{
+    if (hovering == m_isHovering)
+        return;
+    m_isHovering = hovering;
+    if (!hovering)
+        m_pressedBadge = -1;
+    update();
+    if (actions.onHoverChanged)
+        actions.onHoverChanged(hovering);
+}
+
+void DynamicIslandToastView::mouseMoveEvent(QMouseEvent *event)
+{
+    setHovering(islandOutline().contains(event->position()));
+}
+
+void DynamicIslandToastView::leaveEvent(QEvent *)
+{
+    setHovering(false);
+}
+
+void DynamicIslandToastView::mousePressEvent(QMouseEvent *event)
+{
+    setHovering(islandOutline().contains(event->position()));
+    m_pressedBadge = m_isHovering && event->button() == Qt::LeftButton ? badgeAt(event->position()) : -1;
+    update();
+}
+
+void DynamicIslandToastView::mouseReleaseEvent(QMouseEvent *event)
+{
+    const int pressed = m_pressedBadge;
+    m_pressedBadge = -1;
+    update();
+    if (pressed < 0 || !m_isHovering || badgeAt(event->position()) != pressed)
+        return;
+    const std::function<void()> &action = pressed == keepBadge
+                                              ? (m_frame.input.isOptionHeld ? actions.onCustomTime
+                                                                            : actions.onMarkTemporary)
+                                              : pressed == moveBadge ? actions.onMove
+                                                                     : actions.onMore;
+    if (action)
+        action();
+}
+
+} // namespace dowsel

@@ -1,0 +1,350 @@
+#include "toast/gui/QtToastHost.h"
+
+#include "input/gui/MoreMenuView.h"
+#include "input/gui/TimeInputView.h"
+#include "move/gui/MoveInputView.h"
+#include "toast/PanelGeometry.h"
+#include "toast/ToastController.h"
+#include "toast/gui/PanelPlacement.h"
+#include "toast/gui/QtToastPanel.h"
+#include "toast/gui/SurfaceStyle.h"
+
+#include <QCursor>
+#include <QDir>
+#include <QFileDialog>
+#include <QGuiApplication>
+#include <QLabel>
+#include <QMenu>
+#include <QScreen>
+#include <QTimer>
+
+#include <algorithm>
+
+namespace dowsel {
+
+namespace {
+
+constexpr QSize inputPanelSize(480, 52);
+constexpr QSize moreMenuPanelSize(480, 96);
+constexpr QSize hintPanelSize(500, 160);
+
+QWidget *defaultHintContent(HintPhase phase)
+{
+    QString text;
+    switch (phase) {
+    case HintPhase::running:
+        text = QtToastHost::tr("Try a shortcut on the toast above, or let it run out.");
+        break;
+    case HintPhase::countdownEnded:
+        text = QtToastHost::tr("Time's up. The toast stays until you act on it.");
+        break;
+    case HintPhase::concluded:
+        text = QtToastHost::tr("Done. The practice file is where you left it.");
+        break;
+    }
+    auto *label = new QLabel(text);
+    label->setWordWrap(true);
+    label->setAlignment(Qt::AlignCenter);
+    label->setMargin(18);
+    label->setFont(surfacestyle::font(13, QFont::Medium));
+    QPalette palette = label->palette();
+    palette.setColor(QPalette::WindowText, surfacestyle::primary());
+    label->setPalette(palette);
+    return label;
+}
+
+} // namespace
+
+QtToastHost::QtToastHost(const Clock &clock, ThumbnailCache &thumbnails, QObject *parent)
+    : QObject(parent), m_clock(clock), m_thumbnails(thumbnails), m_hintContent(defaultHintContent)
+{
+}
+
+QtToastHost::~QtToastHost()
+{
+    for (auto &[surface, panel] : m_surfaces)
+        delete panel;
+    delete m_hint;
+    delete m_shareMenu;
+    delete m_folderDialog;
+}
+
+void QtToastHost::bind(ToastController &controller)
+{
+    m_controller = &controller;
+}
+
+void QtToastHost::setHintContent(HintContent content)
+{
+    m_hintContent = content ? std::move(content) : HintContent(defaultHintContent);
+}
+
+template <class Call>
+void QtToastHost::queue(Call call)
+{
+    if (!m_controller)
+        return;
+    QMetaObject::invokeMethod(
+        m_controller.data(),
+        [controller = m_controller, call = std::move(call)] {
+            if (controller)
+                call(*controller);
+        },
+        Qt::QueuedConnection);
+}
+
+// MARK: The toast panel
+
+std::shared_ptr<ToastPanel> QtToastHost::createToastPanel()
+{
+    auto panel = std::make_shared<QtToastPanel>(m_clock, m_thumbnails);
+    ToastViewActions &actions = panel->host().view().actions;
+    actions.onHoverChanged = [this](bool isHovering) {
+        queue([isHovering](ToastController &controller) {
+            if (!controller.isAnySurfaceOpen())
+                controller.hoverChanged(isHovering);
+        });
+    };
+    actions.onMarkTemporary = [this] { queue([](ToastController &controller) { controller.markTemporary(); }); };
+    actions.onCustomTime = [this] { queue([](ToastController &controller) { controller.openTimeInput(); }); };
+    actions.onMove = [this] { queue([](ToastController &controller) { controller.openMoveInput(); }); };
+    actions.onMore = [this] { queue([](ToastController &controller) { controller.openMoreMenu(); }); };
+    return panel;
+}
+
+std::optional<ToastScreen> QtToastHost::placeToastPanel(ToastPanel &panel)
+{
+    QScreen *screen = toastScreen();
+    if (!screen)
+        return std::nullopt;
+    m_screen = screen;
+    dowsel::placeToastPanel(dynamic_cast<QWidget &>(panel), *screen);
+    return describeScreen(*screen);
+}
+
+QScreen *QtToastHost::screen() const
+{
+    if (m_screen)
+        return m_screen;
+    if (QScreen *underPointer = QGuiApplication::screenAt(QCursor::pos()))
+        return underPointer;
+    return QGuiApplication::primaryScreen();
+}
+
+double QtToastHost::topInset() const
+{
+    const QScreen *current = screen();
+    if (!current)
+        return ToastController::topInsetFallback;
+    return std::min(describeScreen(*current).topBandHeight, ToastController::topInsetCap);
+}
+
+// MARK: Input surfaces
+
+SurfacePanel *QtToastHost::surfacePanel(ToastSurface surface) const
+{
+    const auto found = m_surfaces.find(surface);
+    return found == m_surfaces.end() ? nullptr : found->second.data();
+}
+
+void QtToastHost::openSurface(ToastSurface surface)
+{
+    if (!m_controller)
+        return;
+    closeSurface(surface);
+    auto *panel = new SurfacePanel(FloatingPanel::Role::keyboard,
+                                   surface == ToastSurface::moreMenu ? moreMenuPanelSize : inputPanelSize);
+    panel->setContent(createView(surface));
+    m_surfaces[surface] = panel;
+    m_keyPanel = panel;
+    if (surface == ToastSurface::moveInput) {
+        connect(&m_controller->moveInputModel(), &MoveInputViewModel::changed, panel,
+                [this] { placeSurface(ToastSurface::moveInput); });
+    }
+    placeSurface(surface);
+    panel->orderFront();
+}
+
+void QtToastHost::closeSurface(ToastSurface surface)
+{
+    const auto found = m_surfaces.find(surface);
+    if (found == m_surfaces.end())
+        return;
+    SurfacePanel *panel = found->second;
+    m_surfaces.erase(found);
+    if (!panel)
+        return;
+    if (m_keyPanel == panel)
+        m_keyPanel = nullptr;
+    panel->fadeOutAndDelete();
+}
+
+QWidget *QtToastHost::createView(ToastSurface surface)
+{
+    switch (surface) {
+    case ToastSurface::moveInput: {
+        auto *view = new MoveInputView(m_controller->moveInputModel());
+        // The view has already put the text into the model; searching with the model's
+        // query rather than the text of the moment keeps a late search from undoing newer typing.
+        view->onQueryChanged = [this](const QString &) {
+            queue([](ToastController &c) { c.moveQueryChanged(c.moveInputModel().query()); });
+        };
+        view->onSubmit = [this] { queue([](ToastController &c) { c.submitMove(); }); };
+        view->onCancel = [this] { queue([](ToastController &c) { c.closeMoveInput(); }); };
+        view->onCreateNew = [this] { queue([](ToastController &c) { c.createFolderAndMove(); }); };
+        view->onBrowse = [this] { queue([](ToastController &c) { c.browseForFolder(); }); };
+        return view;
+    }
+    case ToastSurface::timeInput: {
+        auto *view = new TimeInputView(m_controller->timeInputModel(), m_clock);
+        view->onSubmit = [this] { queue([](ToastController &c) { c.submitTimeInput(); }); };
+        view->onCancel = [this] { queue([](ToastController &c) { c.closeTimeInput(); }); };
+        return view;
+    }
+    case ToastSurface::moreMenu: {
+        auto *view = new MoreMenuView(m_controller->moreMenuModel());
+        view->onSelect = [this](MoreMenuItem::Action action) {
+            queue([action](ToastController &c) { c.runMoreAction(action); });
+        };
+        view->onActivateSelection = [this] { queue([](ToastController &c) { c.activateMoreSelection(); }); };
+        view->onCancel = [this] { queue([](ToastController &c) { c.closeMoreMenu(); }); };
+        return view;
+    }
+    }
+    return nullptr;
+}
+
+int QtToastHost::surfaceHeight(ToastSurface surface) const
+{
+    switch (surface) {
+    case ToastSurface::moveInput:
+        return m_controller ? m_controller->moveInputModel().panelHeight() : inputPanelSize.height();
+    case ToastSurface::timeInput:
+        return TimeInputView::panelHeight;
+    case ToastSurface::moreMenu:
+        return m_controller ? qRound(panelgeometry::moreMenuHeight(int(m_controller->moreMenuModel().items().size())))
+                            : moreMenuPanelSize.height();
+    }
+    return inputPanelSize.height();
+}
+
+void QtToastHost::placeSurface(ToastSurface surface)
+{
+    SurfacePanel *panel = surfacePanel(surface);
+    QScreen *current = screen();
+    if (!panel)
+        return;
+    if (!current) {
+        panel->resize(panel->width(), surfaceHeight(surface));
+        return;
+    }
+    placeSurfacePanel(*panel, *current, topInset(), surfaceHeight(surface));
+}
+
+// MARK: Share menu
+
+bool QtToastHost::placeShareAnchor()
+{
+    QScreen *current = screen();
+    if (!current)
+        return false;
+    m_shareAnchor = panelgeometry::shareAnchorFrame(current->geometry(), topInset()).toAlignedRect();
+    return true;
+}
+
+void QtToastHost::showSharePicker(const std::vector<ShareTarget> &targets, ShareChoice onChoose)
+{
+    closeSharePicker();
+    if (!placeShareAnchor())
+        return;
+    const QRect anchor = *m_shareAnchor;
+    m_shareChoice = std::move(onChoose);
+    auto *menu = new QMenu;
+    m_shareMenu = menu;
+    for (const ShareTarget &target : targets) {
+        QAction *action = menu->addAction(QIcon::fromTheme(target.icon), target.title);
+        connect(action, &QAction::triggered, this, [this, target] { m_chosenTarget = target; });
+    }
+    if (targets.empty())
+        menu->addAction(tr("No program to share with is installed"))->setEnabled(false);
+    // The menu hides before it reports the chosen row, so the choice is read a moment later.
+    connect(menu, &QMenu::aboutToHide, this, [this, menu] {
+        QTimer::singleShot(0, this, [this, guard = QPointer<QMenu>(menu)] { deliverShareChoice(guard); });
+    });
+    menu->popup(QPoint(anchor.center().x() - menu->sizeHint().width() / 2, anchor.bottom()));
+}
+
+void QtToastHost::deliverShareChoice(const QMenu *menu)
+{
+    if (!menu || menu != m_shareMenu || !m_shareChoice)
+        return;
+    const ShareChoice choice = std::exchange(m_shareChoice, {});
+    choice(std::exchange(m_chosenTarget, std::nullopt));
+}
+
+void QtToastHost::closeSharePicker()
+{
+    m_shareChoice = {};
+    m_chosenTarget.reset();
+    m_shareAnchor.reset();
+    if (QMenu *menu = m_shareMenu) {
+        m_shareMenu = nullptr;
+        menu->disconnect(this);
+        menu->hide();
+        menu->deleteLater();
+    }
+}
+
+// MARK: Folder chooser
+
+void QtToastHost::chooseFolder(FolderChoice onChoose)
+{
+    delete m_folderDialog;
+    auto *dialog = new QFileDialog(nullptr, tr("Choose a destination folder"), QDir::homePath());
+    m_folderDialog = dialog;
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::Directory);
+    dialog->setOption(QFileDialog::ShowDirsOnly);
+    dialog->setLabelText(QFileDialog::Accept, tr("Move Here"));
+    connect(dialog, &QDialog::finished, this, [dialog, onChoose = std::move(onChoose)](int result) {
+        const QStringList chosen = dialog->selectedFiles();
+        if (result == QDialog::Accepted && !chosen.isEmpty())
+            onChoose(QFile::encodeName(chosen.first()));
+        else
+            onChoose(std::nullopt);
+    });
+    dialog->show();
+    dialog->raise();
+    dialog->activateWindow();
+}
+
+// MARK: Practice hint
+
+void QtToastHost::showHint(HintPhase phase)
+{
+    if (!m_hint)
+        m_hint = new SurfacePanel(FloatingPanel::Role::display, hintPanelSize);
+    m_hint->setContent(m_hintContent(phase));
+    placeHint();
+    m_hint->orderFront();
+}
+
+void QtToastHost::hideHint()
+{
+    if (SurfacePanel *hint = m_hint) {
+        m_hint = nullptr;
+        hint->fadeOutAndDelete();
+    }
+}
+
+void QtToastHost::placeHint()
+{
+    QWidget *content = m_hint->content();
+    const int width = qRound(panelgeometry::surfacePanelWidth);
+    const int height = content && content->hasHeightForWidth() ? content->heightForWidth(width)
+                                                               : hintPanelSize.height();
+    if (QScreen *current = screen())
+        placeSurfacePanel(*m_hint, *current, topInset(), std::max(height, 1));
+}
+
+} // namespace dowsel

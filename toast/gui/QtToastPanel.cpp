@@ -1,0 +1,89 @@
+#include "toast/gui/QtToastPanel.h"
+
+#include "platform/linux/x11/X11Desktop.h"
+#include "toast/IslandLayout.h"
+#include "toast/PanelGeometry.h"
+
+#include <QRegion>
+#include <QWindow>
+
+namespace dowsel {
+
+QtToastPanel::QtToastPanel(const Clock &clock, ThumbnailCache &thumbnails)
+    : FloatingPanel(Role::display, QSize(800, 400)), m_host(new DynamicIslandToastHost(clock, thumbnails, this)),
+      m_fade(this, "windowOpacity")
+{
+    if (!isTranslucent())
+        connect(m_host, &DynamicIslandToastHost::frameChanged, this, &QtToastPanel::shapeToIsland);
+}
+
+bool QtToastPanel::isOnScreen() const
+{
+    return FloatingPanel::isOnScreen();
+}
+
+void QtToastPanel::orderIn(bool fadeIn)
+{
+    m_fade.stop();
+    setWindowOpacity(fadeIn ? 0.0 : 1.0);
+    orderFront();
+    updateInputRegion();
+    if (fadeIn)
+        fadeTo(1.0, fadeInSeconds);
+}
+
+void QtToastPanel::fadeOut(Seconds duration)
+{
+    fadeTo(0.0, duration);
+}
+
+void QtToastPanel::orderOut()
+{
+    m_fade.stop();
+    FloatingPanel::orderOut();
+    setWindowOpacity(1.0);
+}
+
+void QtToastPanel::render(const ToastViewInput &input)
+{
+    m_topInset = input.topInset;
+    m_state = input.state;
+    m_host->setInput(input);
+    updateInputRegion();
+}
+
+void QtToastPanel::resizeEvent(QResizeEvent *event)
+{
+    FloatingPanel::resizeEvent(event);
+    m_host->setGeometry(rect());
+    updateInputRegion();
+}
+
+void QtToastPanel::fadeTo(double opacity, Seconds duration)
+{
+    m_fade.stop();
+    m_fade.setDuration(qRound(duration * 1000));
+    m_fade.setStartValue(windowOpacity());
+    m_fade.setEndValue(opacity);
+    m_fade.start();
+}
+
+void QtToastPanel::updateInputRegion()
+{
+    QWindow *window = windowHandle();
+    if (!window || !isTranslucent())
+        return; // without a compositor the window's shape already limits the clicks
+    const QRectF hit = panelgeometry::islandHitRect(size(), m_topInset, m_state);
+    x11::setInputRegion(*window, hit.toAlignedRect().intersected(rect()));
+}
+
+void QtToastPanel::shapeToIsland()
+{
+    const DynamicIslandToastView::Frame &frame = m_host->view().frame();
+    const bool drawn = island::appearance(frame.expansion, frame.input.hasNotch).opacity > 0;
+    const QRegion island(m_host->view().islandOutline().toFillPolygon().toPolygon());
+    // An empty mask would mean "no mask" and show the whole strip: keep one pixel instead.
+    setMask(!drawn || island.isEmpty() ? QRegion(0, 0, 1, 1) : island);
+}
+
+} // namespace dowsel

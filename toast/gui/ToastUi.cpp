@@ -1,0 +1,127 @@
+#include "toast/gui/ToastUi.h"
+
+#include "platform/linux/gui/QtClipboard.h"
+#include "platform/linux/gui/QtWorkspace.h"
+#include "platform/linux/x11/X11FocusTracker.h"
+#include "platform/linux/x11/XcbKeyGrabber.h"
+
+#include <QGuiApplication>
+#include <QPointer>
+
+namespace dowsel {
+
+ToastDesktop linuxToastDesktop()
+{
+    return {std::make_unique<QtWorkspace>(), std::make_unique<QtClipboard>(), std::make_unique<XcbKeyGrabber>(),
+            nullptr};
+}
+
+ToastUi::ToastUi(const ToastUiServices &services, ToastDesktop desktop)
+    : m_workspace(std::move(desktop.workspace)), m_clipboard(std::move(desktop.clipboard)),
+      m_keyGrabber(std::move(desktop.keyGrabber)), m_host(services.clock, services.thumbnails),
+      m_focus(desktop.focus ? std::move(desktop.focus)
+                            : std::make_unique<X11FocusTracker>([this] { return m_host.keyPanel(); })),
+      m_controller(std::make_unique<ToastController>(ToastController::Services{
+          .store = services.store,
+          .cleanupService = services.cleanupService,
+          .preferences = services.preferences,
+          .clock = services.clock,
+          .scheduler = services.scheduler,
+          .mainExecutor = services.mainExecutor,
+          .host = m_host,
+          .focus = *m_focus,
+          .workspace = *m_workspace,
+          .clipboard = *m_clipboard,
+          .launcher = services.launcher,
+          .mover = services.mover,
+          .folderIndex = services.folderIndex,
+          .moveMRU = services.moveMRU,
+          .shareTargets = services.shareTargets,
+      })),
+      m_shortcuts(*m_keyGrabber, services.mainExecutor)
+{
+    m_host.bind(*m_controller);
+
+    // Shortcuts run later on the main executor; by then the toast UI may be gone.
+    const QPointer<ToastController> alive = m_controller.get();
+    m_shortcuts.onAction = [this, alive](ShortcutAction action) {
+        if (alive)
+            runShortcut(action);
+    };
+    m_shortcuts.onOptionHeldChanged = [alive](bool isHeld) {
+        if (alive)
+            alive->setOptionHeld(isHeld);
+    };
+    QObject::connect(m_controller.get(), &ToastController::changed, m_controller.get(), [this] { updateShortcuts(); });
+    m_shortcuts.installEventTap();
+    updateShortcuts();
+
+    // A click elsewhere takes the keyboard from an open input, which then closes as cancelled.
+    QObject::connect(qGuiApp, &QGuiApplication::applicationStateChanged, m_controller.get(),
+                     [controller = m_controller.get()](Qt::ApplicationState state) {
+                         if (state == Qt::ApplicationActive)
+                             return;
+                         QMetaObject::invokeMethod(
+                             controller,
+                             [controller] {
+                                 if (QGuiApplication::applicationState() != Qt::ApplicationActive)
+                                     controller->appDidResignActive();
+                             },
+                             Qt::QueuedConnection);
+                     });
+}
+
+ToastUi::~ToastUi() = default;
+
+void ToastUi::updateShortcuts()
+{
+    const ToastController &controller = *m_controller;
+    const bool isToastShown = controller.state() == DynamicIslandToastState::visible && controller.panel()
+                              && controller.panel()->isOnScreen() && !controller.toastEntries().empty();
+    m_shortcuts.update({controller.isOnboardingActive(), isToastShown, controller.isAnySurfaceOpen()});
+}
+
+void ToastUi::runShortcut(ShortcutAction action)
+{
+    ToastController &controller = *m_controller;
+    switch (action) {
+    case ShortcutAction::customTime:
+        controller.openTimeInput();
+        break;
+    case ShortcutAction::share:
+        controller.share();
+        break;
+    case ShortcutAction::copy:
+        controller.performCopy();
+        break;
+    case ShortcutAction::markTemporary:
+        controller.markTemporary();
+        break;
+    case ShortcutAction::open:
+        controller.performOpen();
+        break;
+    case ShortcutAction::move:
+        controller.openMoveInput();
+        break;
+    case ShortcutAction::more:
+        controller.openMoreMenu();
+        break;
+    case ShortcutAction::deleteNow:
+        controller.performDelete();
+        break;
+    case ShortcutAction::dismiss:
+        controller.dismissAll();
+        break;
+    case ShortcutAction::onboardingPrimary:
+        if (onOnboardingPrimary)
+            onOnboardingPrimary();
+        break;
+    }
+}
+
+std::unique_ptr<ToastUi> createToastUi(const ToastUiServices &services)
+{
+    return std::make_unique<ToastUi>(services, linuxToastDesktop());
+}
+
+} // namespace dowsel

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "core/TrackedFileStore.h"
+#include "platform/Clipboard.h"
+#include "platform/FocusTracker.h"
+#include "platform/KeyGrabber.h"
+#include "platform/Workspace.h"
+#include "toast/GlobalShortcuts.h"
+#include "toast/ToastController.h"
+#include "toast/gui/QtToastHost.h"
+
+#include <functional>
+#include <memory>
+
+namespace dowsel {
+
+class CleanupService;
+class Executor;
+class FileMover;
+class FolderIndex;
+class MoveMRU;
+class Preferences;
+class ProcessLauncher;
+class ThumbnailCache;
+
+// The app's services that the toast works with. All of them outlive the toast UI.
+struct ToastUiServices {
+    TrackedFileActor &store;
+    CleanupService &cleanupService;
+    const Preferences &preferences;
+    const Clock &clock;
+    Scheduler &scheduler;
+    Executor &mainExecutor;
+    ProcessLauncher &launcher;
+    FileMover &mover;
+    FolderIndex &folderIndex;
+    MoveMRU &moveMRU;
+    ThumbnailCache &thumbnails;
+    std::function<std::vector<ShareTarget>()> shareTargets = [] { return availableShareTargets(); };
+};
+
+// The desktop the toast acts on.
+struct ToastDesktop {
+    std::unique_ptr<Workspace> workspace;
+    std::unique_ptr<Clipboard> clipboard;
+    std::unique_ptr<KeyGrabber> keyGrabber;
+    // Null: the X11 focus tracker, handing the keyboard to the host's input panels.
+    std::unique_ptr<FocusTracker> focus;
+};
+
+// The desktop's file manager, clipboard and X11 key grabs.
+ToastDesktop linuxToastDesktop();
+
+// The whole toast: the controller, its panels and views, and the global shortcuts wired to
+// it. Main thread only; create it once the QApplication exists.
+class ToastUi {
+public:
+    ToastUi(const ToastUiServices &services, ToastDesktop desktop);
+    ~ToastUi();
+    ToastUi(const ToastUi &) = delete;
+    ToastUi &operator=(const ToastUi &) = delete;
+
+    // The file processor's new files go to controller().handleNewFile; onboarding and the
+    // settings use the rest of it.
+    ToastController &controller() { return *m_controller; }
+    QtToastHost &host() { return m_host; }
+    // installEventTap() again after a change of permissions; blockedShortcuts() for the settings.
+    GlobalShortcuts &shortcuts() { return m_shortcuts; }
+    Workspace &workspace() { return *m_workspace; }
+
+    // Shift+Return during onboarding.
+    std::function<void()> onOnboardingPrimary;
+
+private:
+    void runShortcut(ShortcutAction action);
+    void updateShortcuts();
+
+    std::unique_ptr<Workspace> m_workspace;
+    std::unique_ptr<Clipboard> m_clipboard;
+    std::unique_ptr<KeyGrabber> m_keyGrabber;
+    QtToastHost m_host;
+    std::unique_ptr<FocusTracker> m_focus;
+    std::unique_ptr<ToastController> m_controller;
+    GlobalShortcuts m_shortcuts;
+};
+
+// The toast UI on the Linux desktop: the entry point for the app.
+std::unique_ptr<ToastUi> createToastUi(const ToastUiServices &services);
+
+} // namespace dowsel
