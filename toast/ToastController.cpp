@@ -283,6 +283,36 @@ void ToastController::hideToast()
     }));
 }
 
+// Unlike hideToast, the files are neither answered nor kept: the panel goes at once.
+void ToastController::collapseToast()
+{
+    m_services.scheduler.cancel(m_showTask);
+    m_showTask = Scheduler::invalidTimer;
+    m_services.scheduler.cancel(m_countdownTask);
+    m_countdownTask = Scheduler::invalidTimer;
+    m_pausedRemaining.reset();
+    closeSurfaceFlags();
+    m_isOptionHeld = false;
+    m_toastEntries.clear();
+    m_state = DynamicIslandToastState::hidden;
+    if (m_panel) {
+        m_panel->orderOut();
+        m_panel.reset();
+    }
+    m_currentScreen.reset();
+    refreshToast();
+}
+
+void ToastController::startOnboarding()
+{
+    if (m_isOnboardingActive)
+        return;
+    m_isOnboardingActive = true;
+    collapseToast();
+    resetActionDemo();
+    closeHint();
+}
+
 void ToastController::closeSurfaceFlags()
 {
     const std::pair<bool *, ToastSurface> inputs[] = {{&m_isMoveInputVisible, ToastSurface::moveInput},
@@ -738,6 +768,8 @@ void ToastController::appDidResignActive()
 void ToastController::startActionDemoToast(const QByteArray &practiceFilePath, bool isFirstRun,
                                            std::function<void()> onConcluded)
 {
+    collapseToast();
+    setOnboardingActive(false);
     m_isActionDemoActive = true;
     m_actionDemoIsFirstRun = isFirstRun;
     m_actionDemoFilePath = practiceFilePath;
@@ -756,6 +788,31 @@ void ToastController::armActionDemoWatchdog(Seconds delay, std::function<void()>
             if (m_isActionDemoActive && !m_actionDemoFileId)
                 onExpired();
         }));
+}
+
+void ToastController::abortActionDemo()
+{
+    resetActionDemo();
+    closeHint();
+}
+
+void ToastController::closeHint()
+{
+    if (!m_hintVisible)
+        return;
+    m_hintVisible = false;
+    m_services.host.hideHint();
+}
+
+void ToastController::resetActionDemo()
+{
+    m_services.scheduler.cancel(m_actionDemoSurfaceWatchdog);
+    m_actionDemoSurfaceWatchdog = Scheduler::invalidTimer;
+    m_isActionDemoActive = false;
+    m_actionDemoIsFirstRun = false;
+    m_actionDemoFileId.reset();
+    m_actionDemoFilePath.clear();
+    m_onActionDemoConcluded = nullptr;
 }
 
 void ToastController::concludeActionDemo()

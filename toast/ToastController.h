@@ -80,6 +80,9 @@ public:
     void setOptionHeld(bool held);
     // Emits changed(), so that the shortcuts follow.
     void setOnboardingActive(bool active);
+    // The onboarding takes the screen: the toast, its inputs, the hint and any demo go away
+    // at once, and new downloads are recorded without a toast until it ends.
+    void startOnboarding();
 
     // Actions on every file of the toast.
     void markTemporary();
@@ -113,11 +116,16 @@ public:
     void appDidResignActive();
 
     // The action demo with the practice file: a longer countdown, a hint under the toast,
-    // other downloads recorded without a toast. `onConcluded` runs after the first hide.
+    // other downloads recorded without a toast. Starting it clears the toast and its inputs.
+    // On a first run, `onConcluded` runs after the first hide.
     void startActionDemoToast(const QByteArray &practiceFilePath, bool isFirstRun,
                               std::function<void()> onConcluded = {});
     // Cancelled by the next new file; the onboarding aborts the demo when it fires.
     void armActionDemoWatchdog(Seconds delay, std::function<void()> onExpired);
+    // Ends a demo whose toast never surfaced: no toast, no hint, nothing handed back.
+    void abortActionDemo();
+    // The hint's "Done" and "All right".
+    void closeHint();
 
     // What the view reads.
     ToastViewInput viewInput() const;
@@ -141,6 +149,7 @@ public:
     std::optional<RecordId> actionDemoFileId() const { return m_actionDemoFileId; }
     bool demoMarkedTemporary() const { return m_demoMarkedTemporary; }
     HintPhase demoPhase() const { return m_demoPhase; }
+    bool isHintVisible() const { return m_hintVisible; }
     std::optional<FocusTracker::WindowHandle> previouslyActiveApp() const { return m_previouslyActiveApp; }
 
     MoveInputViewModel &moveInputModel() { return m_moveInputModel; }
@@ -166,6 +175,8 @@ private:
     void restoreFocus();
     void showHintAfterSurfaceClosed();
     void concludeActionDemo();
+    void resetActionDemo();
+    void collapseToast();
     std::vector<RecordId> coveredIds() const;
     std::vector<QByteArray> coveredPaths() const;
     QString coveredNames() const;
