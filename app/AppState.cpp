@@ -28,13 +28,10 @@ AppState::AppState(AppEnvironment environment, std::unique_ptr<TrackedFileStore>
                                                         m_cleanupWorker)),
       m_fileMover(std::make_unique<FileMover>(m_moveWorker, m_env.mainExecutor))
 {
-    m_toastController = std::make_unique<ToastController>(ToastController::Services{
-        m_trackedFileActor, *m_cleanupService, m_env.preferences, m_env.clock, m_env.scheduler, m_env.mainExecutor,
-        m_env.toastHost, m_env.focus, m_env.workspace, m_env.clipboard, m_env.launcher, *m_fileMover, *m_folderIndex,
-        *m_moveMRU});
+    m_toast = m_env.makeToast(*this);
 
     // New downloads reach the toast on the main thread; the processor does not wait for it.
-    QPointer<ToastController> toast = m_toastController.get();
+    QPointer<ToastController> toast = m_toast.controller;
     Executor &main = m_env.mainExecutor;
     m_tracker = std::make_unique<DownloadTracker>(m_env.downloadsPath, m_trackedFileActor, m_env.clock,
                                                   m_env.scheduler, [toast, &main](RecordId id) {
@@ -50,7 +47,8 @@ AppState::~AppState()
     // The tracker first: it stops feeding the store and the toast. Then nothing may touch the
     // store from its worker any more once the services are gone.
     m_tracker.reset();
-    m_trackedFileActor.unsafeState().setChangeObserver({});
+    m_toast = {};
+    m_trackedFileActor.call([](TrackedFileStore &store) { store.setChangeObserver({}); }).wait();
 }
 
 void AppState::start()

@@ -12,31 +12,33 @@
 namespace dowsel {
 
 class CleanupService;
-class Clipboard;
 class DownloadTracker;
 class FileMover;
-class FocusTracker;
 class FolderIndex;
 class MoveMRU;
 class Preferences;
 class ProcessLauncher;
 class ToastController;
-class ToastHost;
 class Trash;
-class Workspace;
+
+class AppState;
+
+// The toast controller together with whatever owns it (its panels, views and desktop
+// services); made by the on-screen layer from the services of the AppState.
+struct ToastParts {
+    std::shared_ptr<void> owner;
+    ToastController *controller = nullptr;
+};
 
 // What the app needs from the system and from its on-screen layer.
 struct AppEnvironment {
     Preferences &preferences;
     Clock &clock;
-    Scheduler &scheduler; // must fire on real time and outlive the AppState
+    Scheduler &scheduler; // outlives the AppState
     Trash &trash;
     Executor &mainExecutor;
-    ToastHost &toastHost;
-    FocusTracker &focus;
-    Workspace &workspace;
-    Clipboard &clipboard;
     ProcessLauncher &launcher;
+    std::function<ToastParts(AppState &)> makeToast;
     QByteArray downloadsPath;
     QByteArray homePath;
     QString executablePath; // for the autostart entry
@@ -68,7 +70,9 @@ public:
     FolderIndex &folderIndex() { return *m_folderIndex; }
     MoveMRU &moveMRU() { return *m_moveMRU; }
     CleanupService &cleanupService() { return *m_cleanupService; }
-    ToastController &toastController() { return *m_toastController; }
+    FileMover &fileMover() { return *m_fileMover; }
+    ToastController &toastController() { return *m_toast.controller; }
+    const AppEnvironment &environment() const { return m_env; }
     const QByteArray &downloadsPath() const { return m_env.downloadsPath; }
 
     // Set by the on-screen layer.
@@ -95,7 +99,7 @@ private:
     std::unique_ptr<MoveMRU> m_moveMRU;
     std::unique_ptr<CleanupService> m_cleanupService;
     std::unique_ptr<FileMover> m_fileMover;
-    std::unique_ptr<ToastController> m_toastController;
+    ToastParts m_toast;
     std::unique_ptr<DownloadTracker> m_tracker;
 
     bool m_isRunning = false;

@@ -1,10 +1,28 @@
 #include "app/gui/Application.h"
 
+#include "app/AppState.h"
+#include "app/DownloadsFolder.h"
+#include "app/gui/CommandLine.h"
+#include "app/gui/ControlService.h"
 #include "app/gui/SignalHandler.h"
 #include "app/gui/TrayIcon.h"
 #include "core/Logging.h"
+#include "core/QtExecutor.h"
+#include "expiry/CleanupService.h"
+#include "onboarding/gui/OnboardingUi.h"
+#include "platform/linux/FreedesktopTrash.h"
+#include "platform/linux/JsonFilePreferences.h"
+#include "platform/linux/SpawnProcessLauncher.h"
+#include "platform/linux/SystemClock.h"
+#include "toast/gui/ToastUi.h"
+#include "ui/PopoverWindow.h"
+#include "ui/ThumbnailCache.h"
+#include "ui/Translations.h"
 
 #include <QApplication>
+#include <QFile>
+#include <QStandardPaths>
+#include <QTimer>
 
 #include <cstdio>
 #include <cstdlib>
@@ -32,10 +50,33 @@ bool displayAvailable()
     return ok;
 }
 
+ToastParts makeToastUi(AppState &state, ToastUi *&made)
+{
+    const AppEnvironment &env = state.environment();
+    std::shared_ptr<ToastUi> ui = createToastUi(ToastUiServices{
+        .store = state.trackedFileActor(),
+        .cleanupService = state.cleanupService(),
+        .preferences = env.preferences,
+        .clock = env.clock,
+        .scheduler = env.scheduler,
+        .mainExecutor = env.mainExecutor,
+        .launcher = env.launcher,
+        .mover = state.fileMover(),
+        .folderIndex = state.folderIndex(),
+        .moveMRU = state.moveMRU(),
+        .thumbnails = ThumbnailCache::shared(),
+    });
+    made = ui.get();
+    ToastController *controller = &ui->controller();
+    return {std::move(ui), controller};
+}
+
 } // namespace
 
 int runApplication(int argc, char *argv[])
 {
+    if (const int status = runCommandLine(argc, argv); status >= 0)
+        return status;
     if (!displayAvailable()) {
         std::fprintf(stderr, "dowsel: no display (DISPLAY=%s); run it inside a desktop session, or headless with "
                              "`xvfb-run -a dowsel`\n",
@@ -49,6 +90,114 @@ int runApplication(int argc, char *argv[])
     QApplication::setOrganizationDomain(QStringLiteral("dowsel.app"));
     QApplication::setApplicationVersion(QStringLiteral(DOWSEL_VERSION));
     QApplication::setQuitOnLastWindowClosed(false);
+    installTranslations(app);
+
+    // One Dowsel per session: a second one shows the first one's window and leaves.
+    QString busDetail;
+    switch (claimSessionBusName(&busDetail)) {
+    case BusClaim::claimed:
+        break;
+    case BusClaim::heldByAnother:
+        if (askRunningInstanceToShowPopover()) {
+            std::puts("Dowsel is already running; showing its window.");
+            return 0;
+        }
+        std::fprintf(stderr, "dowsel: another Dowsel holds the session bus name but does not answer (%s)\n",
+                     qPrintable(busDetail));
+        return 1;
+    case BusClaim::noBus:
+        qCWarning(lcApp).noquote() << "No session bus (" + busDetail
+                                          + "): running without the command-line control and the one-instance check";
+        break;
+    }
+
+    JsonFilePreferences preferences(JsonFilePreferences::defaultPath());
+    SystemClock clock;
+    BootTimeScheduler scheduler;
+    FreedesktopTrash trash;
+    QtExecutor mainExecutor(&app);
+    SpawnProcessLauncher launcher;
+
+    QString storeError;
+    auto store = TrackedFileStore::open(TrackedFileStore::defaultPath(), clock, preferences, trash, &storeError);
+    if (!store) {
+        printFailure(QStringLiteral("Failed to create ModelContainer: ") + storeError);
+        return 1;
+    }
+
+    const QByteArray downloads = downloadsPath();
+    ToastUi *toastUi = nullptr;
+    AppState state(AppEnvironment{
+                       .preferences = preferences,
+                       .clock = clock,
+                       .scheduler = scheduler,
+                       .trash = trash,
+                       .mainExecutor = mainExecutor,
+                       .launcher = launcher,
+                       .makeToast = [&toastUi](AppState &s) { return makeToastUi(s, toastUi); },
+                       .downloadsPath = downloads,
+                       .homePath = QFile::encodeName(QStandardPaths::writableLocation(QStandardPaths::HomeLocation)),
+                       .executablePath = QCoreApplication::applicationFilePath(),
+                   },
+                   std::move(store));
+    GlobalShortcuts &shortcuts = toastUi->shortcuts();
+    state.permissions().setAccessibilityCheck([&shortcuts] { return shortcuts.isInstalled(); });
+
+    ControlService control(state.trackedFileActor(), state.cleanupService(), mainExecutor);
+    control.exportOnSessionBus();
+
+    CleanupService &cleanup = state.cleanupService();
+    PopoverWindow popover(PopoverServices{
+        .store = state.trackedFileActor(),
+        .prefs = preferences,
+        .clock = clock,
+        .permissions = state.permissions(),
+        .downloadsFolder = downloads,
+        .scheduleExpiry = [&cleanup](RecordId id, Date at) { cleanup.schedule(id, at); },
+        .blockedShortcuts = [&shortcuts] { return shortcuts.blockedShortcuts(); },
+        .reveal = {},
+    });
+    // The popover follows the store: every committed change asks it to read again.
+    state.trackedFileActor().call([&popover](TrackedFileStore &s) {
+        s.setChangeObserver([&popover] { popover.refresh(); });
+    }).wait();
+
+    TrayIcon tray;
+    const auto showPopover = [&](PopoverWindow::Page page) { popover.showNear(tray.geometry(), page); };
+    QObject::connect(&tray, &TrayIcon::activated, &popover, [&] {
+        if (popover.isVisible())
+            popover.hide();
+        else
+            showPopover(state.takeOpenSettingsOnShow() ? PopoverWindow::Page::settings : PopoverWindow::Page::files);
+    });
+    QObject::connect(&control, &ControlService::showPopoverRequested, &popover,
+                     [&] { showPopover(PopoverWindow::Page::files); });
+    QObject::connect(&control, &ControlService::quitRequested, &app, &QCoreApplication::quit);
+    state.onOpenAppSettings = [&] {
+        state.takeOpenSettingsOnShow();
+        showPopover(PopoverWindow::Page::settings);
+    };
+
+    OnboardingUi onboarding(OnboardingUi::Services{
+        .toast = *toastUi,
+        .store = state.trackedFileActor(),
+        .permissions = state.permissions(),
+        .preferences = preferences,
+        .scheduler = scheduler,
+        .mainExecutor = mainExecutor,
+        .downloadsPath = downloads,
+        .onStartCoreServices = [&state] { state.startCoreServices(); },
+        .onOpenAppSettings = [&state] { state.openAppSettings(); },
+    });
+    state.onShowOnboarding = [&onboarding] { onboarding.start(); };
+    QObject::connect(&popover, &PopoverWindow::replayOnboardingRequested, &popover, [&] {
+        popover.hide();
+        onboarding.replay();
+    });
+    QObject::connect(&popover, &PopoverWindow::practiceFileRequested, &popover, [&] {
+        popover.hide();
+        onboarding.dropPracticeFile();
+    });
 
     SignalHandler signals({SIGINT, SIGTERM});
     QObject::connect(&signals, &SignalHandler::received, &app, [](int signal) {
@@ -56,10 +205,14 @@ int runApplication(int argc, char *argv[])
         QCoreApplication::quit();
     });
 
-    TrayIcon tray;
     tray.show();
+    QTimer::singleShot(0, &app, [&state] { state.start(); });
+    const int status = app.exec();
 
-    return app.exec();
+    // No timer may fire into a worker while the services and their workers go away.
+    scheduler.shutdown();
+    state.trackedFileActor().call([](TrackedFileStore &s) { s.setChangeObserver({}); }).wait();
+    return status;
 }
 
 } // namespace dowsel

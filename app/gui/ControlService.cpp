@@ -37,22 +37,34 @@ ControlService::ControlService(TrackedFileActor &store, CleanupService &cleanup,
 {
 }
 
-bool ControlService::registerOnSessionBus(QString *error)
+BusClaim claimSessionBusName(QString *detail)
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
-        *error = QStringLiteral("no session bus: %1").arg(bus.lastError().message());
-        return false;
+        *detail = bus.lastError().message();
+        return BusClaim::noBus;
     }
     const auto reply = bus.interface()->registerService(QString::fromLatin1(dbusServiceName),
                                                         QDBusConnectionInterface::DontQueueService,
                                                         QDBusConnectionInterface::DontAllowReplacement);
-    if (!reply.isValid() || reply.value() != QDBusConnectionInterface::ServiceRegistered) {
-        *error = QStringLiteral("another Dowsel owns %1").arg(QString::fromLatin1(dbusServiceName));
-        return false;
-    }
-    bus.registerObject(QString::fromLatin1(dbusObjectPath), this, QDBusConnection::ExportAllSlots);
-    return true;
+    if (reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceRegistered)
+        return BusClaim::claimed;
+    *detail = reply.isValid() ? QStringLiteral("%1 is taken").arg(QString::fromLatin1(dbusServiceName))
+                              : reply.error().message();
+    return BusClaim::heldByAnother;
+}
+
+bool askRunningInstanceToShowPopover()
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(QString::fromLatin1(dbusServiceName), QString::fromLatin1(dbusObjectPath),
+                                                       QString::fromLatin1(dbusInterfaceName), QStringLiteral("ShowPopover"));
+    return QDBusConnection::sessionBus().call(call, QDBus::Block, 5000).type() == QDBusMessage::ReplyMessage;
+}
+
+bool ControlService::exportOnSessionBus()
+{
+    return QDBusConnection::sessionBus().registerObject(QString::fromLatin1(dbusObjectPath), this,
+                                                        QDBusConnection::ExportAllSlots);
 }
 
 QString ControlService::ListFiles()

@@ -14,6 +14,12 @@ inline constexpr auto dbusServiceName = "app.dowsel.Dowsel";
 inline constexpr auto dbusObjectPath = "/app/dowsel/Dowsel";
 inline constexpr auto dbusInterfaceName = "app.dowsel.Dowsel1";
 
+enum class BusClaim { claimed, heldByAnother, noBus };
+// Claims Dowsel's name on the session bus: the one-instance-per-session lock.
+BusClaim claimSessionBusName(QString *detail);
+// Asks the Dowsel that holds the name to show its popover.
+bool askRunningInstanceToShowPopover();
+
 // The scripting surface on the session bus. Paths travel as byte arrays, so any file name
 // works; replies are sent when the store has answered, the main thread never waits.
 class ControlService final : public QObject, protected QDBusContext {
@@ -22,9 +28,8 @@ class ControlService final : public QObject, protected QDBusContext {
 public:
     ControlService(TrackedFileActor &store, CleanupService &cleanup, Executor &mainExecutor, QObject *parent = nullptr);
 
-    // Claims the bus name and exports the object. False when another instance owns the name
-    // (or there is no session bus; `error` says which).
-    bool registerOnSessionBus(QString *error);
+    // Exports the object on the session bus (after the name was claimed).
+    bool exportOnSessionBus();
 
 public Q_SLOTS:
     // JSON array of every tracked file: path, name, state, size and dates (ISO 8601).

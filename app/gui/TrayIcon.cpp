@@ -55,6 +55,11 @@ TrayIcon::~TrayIcon()
     delete m_menu;
 }
 
+QRect TrayIcon::geometry() const
+{
+    return m_icon->geometry();
+}
+
 void TrayIcon::show()
 {
     if (!QSystemTrayIcon::isSystemTrayAvailable()) {

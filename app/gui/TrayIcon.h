@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QRect>
 
 class QSystemTrayIcon;
 class QMenu;
@@ -15,6 +16,8 @@ public:
     explicit TrayIcon(QObject *parent = nullptr);
     ~TrayIcon() override;
     void show();
+    // Where the icon is on screen; empty when the tray host does not say.
+    QRect geometry() const;
 
 Q_SIGNALS:
     void activated();

@@ -24,15 +24,24 @@ trap e2e_cleanup EXIT
 fail() { echo "FAIL: $*" >&2; exit 1; }
 pass() { echo "ok - $*"; }
 
-# Starts a private X server and exports DISPLAY.
+# Starts a private X server and exports DISPLAY; checks that it answers before going on.
 e2e_start_x() {
-  local fd_file="$E2E_ROOT/display"
-  Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$fd_file" 2>"$E2E_ROOT/xvfb.log" &
-  E2E_PIDS+=($!)
-  local i
-  for i in $(seq 100); do [ -s "$fd_file" ] && break; sleep 0.1; done
-  [ -s "$fd_file" ] || fail "Xvfb did not start: $(cat "$E2E_ROOT/xvfb.log")"
-  export DISPLAY=":$(head -n1 "$fd_file")"
+  local attempt fd_file pid i number
+  for attempt in 1 2 3; do
+    fd_file="$E2E_ROOT/display.$attempt"
+    Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$fd_file" 2>"$E2E_ROOT/xvfb.log" &
+    pid=$!
+    for i in $(seq 100); do grep -q '^[0-9][0-9]*$' "$fd_file" 2>/dev/null && break; sleep 0.1; done
+    number=$(grep -m1 '^[0-9][0-9]*$' "$fd_file" || true)
+    if [ -n "$number" ] && wait_for 10 xdpyinfo -display ":$number" >/dev/null 2>&1; then
+      E2E_PIDS+=($pid)
+      export DISPLAY=":$number"
+      return 0
+    fi
+    kill "$pid" 2>/dev/null || true
+    wait "$pid" 2>/dev/null || true
+  done
+  fail "Xvfb did not start: $(cat "$E2E_ROOT/xvfb.log")"
 }
 
 # Starts a private session bus and exports its address.
@@ -43,7 +52,8 @@ e2e_start_bus() {
   E2E_PIDS+=("$(echo "$out" | sed -n 2p)")
 }
 
-# wait_for SECONDS COMMAND...: polls until COMMAND succeeds.
+# wait_for SECONDS COMMAND...: polls until COMMAND succeeds. Arguments are expanded once, so
+# a condition that reads changing state goes through a function or `eval '...'`.
 wait_for() {
   local seconds=$1; shift
   local deadline=$((SECONDS + seconds))
@@ -52,3 +62,26 @@ wait_for() {
     sleep 0.1
   done
 }
+
+# Runs dowsel in the background with onboarding already done; sets DOWSEL_PID.
+e2e_settings() {
+  mkdir -p "$XDG_CONFIG_HOME/dowsel"
+  local json='{"hasCompletedOnboarding": true}'
+  echo "${1:-$json}" >"$XDG_CONFIG_HOME/dowsel/settings.json"
+}
+e2e_launch() {
+  "$DOWSEL" >>"$E2E_ROOT/dowsel.log" 2>&1 &
+  DOWSEL_PID=$!
+  E2E_PIDS+=($DOWSEL_PID)
+  wait_for 20 "$DOWSEL" list >/dev/null 2>&1 || fail "dowsel did not come up: $(tail -n 20 "$E2E_ROOT/dowsel.log")"
+}
+e2e_stop() {
+  kill -TERM "$DOWSEL_PID" 2>/dev/null || true
+  wait "$DOWSEL_PID" 2>/dev/null || true
+}
+
+DB() { sqlite3 -batch "$XDG_DATA_HOME/dowsel/Sivra.sqlite" "$@"; }
+state_of() { DB "select state from tracked_file where file_name = '$1';"; }
+state_is() { [ "$(state_of "$1")" = "$2" ]; }
+is_tracked() { [ -n "$(state_of "$1")" ]; }
+record_count() { DB 'select count(*) from tracked_file;'; }
