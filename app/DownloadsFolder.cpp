@@ -1,13 +1,9 @@
 #include "app/DownloadsFolder.h"
 
+#include "core/PosixFiles.h"
+
 #include <QFile>
 #include <QStandardPaths>
-
-#include <cerrno>
-#include <cstring>
-#include <dirent.h>
-#include <memory>
-#include <sys/stat.h>
 
 namespace dowsel {
 
@@ -39,21 +35,19 @@ bool isPartialDownloadName(const QByteArray &name)
 DownloadsListing listDownloads(const QByteArray &folder)
 {
     DownloadsListing listing;
-    std::unique_ptr<DIR, int (*)(DIR *)> dir(::opendir(folder.constData()), ::closedir);
-    if (!dir) {
-        listing.error = QString::fromLocal8Bit(std::strerror(errno));
+    const auto names = listDirectory(folder);
+    if (!names) {
+        listing.error = errnoText();
         return listing;
     }
-    while (const dirent *entry = ::readdir(dir.get())) {
-        const QByteArray name(entry->d_name);
-        if (name == "." || name == ".." || isHiddenName(name) || isPartialDownloadName(name))
+    for (const QByteArray &name : *names) {
+        if (isHiddenName(name) || isPartialDownloadName(name))
             continue;
-        const QByteArray path = folder + '/' + name;
-        struct stat st {};
-        if (::lstat(path.constData(), &st) != 0)
+        const QByteArray path = joinPath(folder, name);
+        const auto status = statPath(path);
+        if (!status)
             continue; // gone since it was listed
-        listing.snapshots.push_back(
-            {std::uint64_t(st.st_ino), path, name, S_ISDIR(st.st_mode) ? 0 : std::int64_t(st.st_size)});
+        listing.snapshots.push_back({status->inode, path, name, status->isDirectory ? 0 : status->size});
     }
     return listing;
 }

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <QByteArray>
+#include <QString>
+
+#include <cerrno>
 
 #include <cstdint>
 #include <optional>
@@ -24,5 +27,28 @@ std::optional<std::vector<QByteArray>> listDirectory(const QByteArray &path);
 
 // "dir" + "/" + "name", as bytes.
 QByteArray joinPath(const QByteArray &directory, const QByteArray &name);
+
+// The system's words for an errno value, e.g. "Permission denied".
+QString errnoText(int error = errno);
+
+// Writes every byte, resuming after interruptions; false on any error.
+bool writeAll(int fd, const QByteArray &bytes);
+
+// Flushes a folder's entries (a new or renamed name in it) to disk.
+void syncDirectory(const QByteArray &path);
+
+// Owns a file descriptor and closes it.
+class FileDescriptor {
+public:
+    explicit FileDescriptor(int fd) : m_fd(fd) {}
+    ~FileDescriptor();
+    FileDescriptor(const FileDescriptor &) = delete;
+    FileDescriptor &operator=(const FileDescriptor &) = delete;
+    int get() const { return m_fd; }
+    bool isValid() const { return m_fd >= 0; }
+
+private:
+    int m_fd;
+};
 
 } // namespace dowsel

@@ -1,6 +1,7 @@
 #include "onboarding/PracticeFile.h"
 
 #include "core/Logging.h"
+#include "core/PosixFiles.h"
 
 #include <QCoreApplication>
 
@@ -19,22 +20,6 @@ QString errorText(int error)
 {
     return QString::fromLocal8Bit(std::strerror(error));
 }
-
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int fd) : m_fd(fd) { }
-    ~FileDescriptor()
-    {
-        if (m_fd >= 0)
-            ::close(m_fd);
-    }
-    FileDescriptor(const FileDescriptor &) = delete;
-    FileDescriptor &operator=(const FileDescriptor &) = delete;
-    int get() const { return m_fd; }
-
-private:
-    int m_fd;
-};
 
 // Reads at most `limit` + 1 bytes of a regular file, so a large file never counts as ours.
 std::optional<QByteArray> readSmallFile(const QByteArray &path, qsizetype limit, std::uint64_t *inode = nullptr)
@@ -73,20 +58,6 @@ bool isFree(const QByteArray &path)
 {
     struct stat st { };
     return ::lstat(path.constData(), &st) != 0 && errno == ENOENT;
-}
-
-bool writeAll(int fd, const QByteArray &bytes)
-{
-    qsizetype written = 0;
-    while (written < bytes.size()) {
-        const ssize_t n = ::write(fd, bytes.constData() + written, size_t(bytes.size() - written));
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n < 0)
-            return false;
-        written += n;
-    }
-    return true;
 }
 
 // Moves `from` to `to` unless something appeared at `to` meanwhile. File systems without

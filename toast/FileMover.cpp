@@ -1,6 +1,7 @@
 #include "toast/FileMover.h"
 
 #include "core/Logging.h"
+#include "core/PosixFiles.h"
 #include "core/TrackedFile.h"
 
 #include <dirent.h>
@@ -21,20 +22,10 @@ namespace {
 constexpr qsizetype nameMax = 255;
 constexpr std::int64_t copyChunk = 1 << 20;
 
-QString errnoText(int error)
-{
-    return QString::fromLocal8Bit(std::strerror(error));
-}
-
 bool exists(const QByteArray &path)
 {
     struct stat st;
     return ::lstat(path.constData(), &st) == 0;
-}
-
-QByteArray joinPath(const QByteArray &folder, const QByteArray &name)
-{
-    return folder.endsWith('/') ? folder + name : folder + '/' + name;
 }
 
 // Cuts `bytes` to at most `limit` bytes without splitting a UTF-8 sequence.
@@ -76,32 +67,6 @@ QByteArray renameToFreeName(const QByteArray &from, const QByteArray &folder, co
             return {};
     }
 }
-
-void syncDirectory(const QByteArray &path)
-{
-    const int fd = ::open(path.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd >= 0) {
-        ::fsync(fd);
-        ::close(fd);
-    }
-}
-
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int fd) : m_fd(fd) {}
-    ~FileDescriptor()
-    {
-        if (m_fd >= 0)
-            ::close(m_fd);
-    }
-    FileDescriptor(const FileDescriptor &) = delete;
-    FileDescriptor &operator=(const FileDescriptor &) = delete;
-    int get() const { return m_fd; }
-    bool isValid() const { return m_fd >= 0; }
-
-private:
-    int m_fd;
-};
 
 // Copies one tree into a place that does not exist yet. The caller removes the partial copy
 // when this fails.

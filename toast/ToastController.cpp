@@ -249,9 +249,10 @@ void ToastController::showToast()
         }));
 }
 
-void ToastController::hideToast()
+// Stops the show step and the countdown, closes the inputs and marks the toast hidden. A
+// hide within the show delay must not be undone by the pending show step.
+void ToastController::stopToast()
 {
-    // A hide within the show delay must not be undone by the pending show step.
     m_services.scheduler.cancel(m_showTask);
     m_showTask = Scheduler::invalidTimer;
     m_services.scheduler.cancel(m_countdownTask);
@@ -260,6 +261,11 @@ void ToastController::hideToast()
     closeSurfaceFlags();
     m_isOptionHeld = false;
     m_state = DynamicIslandToastState::hidden;
+}
+
+void ToastController::hideToast()
+{
+    stopToast();
     refreshToast();
     if (m_isActionDemoActive)
         concludeActionDemo();
@@ -286,15 +292,8 @@ void ToastController::hideToast()
 // Unlike hideToast, the files are neither answered nor kept: the panel goes at once.
 void ToastController::collapseToast()
 {
-    m_services.scheduler.cancel(m_showTask);
-    m_showTask = Scheduler::invalidTimer;
-    m_services.scheduler.cancel(m_countdownTask);
-    m_countdownTask = Scheduler::invalidTimer;
-    m_pausedRemaining.reset();
-    closeSurfaceFlags();
-    m_isOptionHeld = false;
+    stopToast();
     m_toastEntries.clear();
-    m_state = DynamicIslandToastState::hidden;
     if (m_panel) {
         m_panel->orderOut();
         m_panel.reset();

@@ -166,6 +166,7 @@ private:
     struct NewFileInfo;
     void continueNewFile(RecordId id, const NewFileInfo &info);
     void endCountdown();
+    void stopToast();
     void tick();
     void closeSurfaceFlags();
     void markTemporaryIds(const std::vector<RecordId> &ids, std::optional<Seconds> duration);

@@ -1,5 +1,6 @@
 #include "app/gui/ControlService.h"
 
+#include "core/PosixFiles.h"
 #include "expiry/CleanupService.h"
 #include "expiry/DurationParser.h"
 
@@ -98,7 +99,7 @@ void ControlService::withRecord(const QByteArray &path, std::function<QVariant(T
     const QDBusMessage request = message();
     struct stat st {};
     if (::lstat(path.constData(), &st) != 0) {
-        sendErrorReply(errorNoSuchFile, QStringLiteral("%1: %2").arg(displayText(path), QString::fromLocal8Bit(std::strerror(errno))));
+        sendErrorReply(errorNoSuchFile, QStringLiteral("%1: %2").arg(displayText(path), errnoText()));
         return;
     }
     const std::uint64_t inode = st.st_ino;

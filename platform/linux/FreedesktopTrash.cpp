@@ -1,6 +1,7 @@
 #include "platform/linux/FreedesktopTrash.h"
 
 #include "core/Logging.h"
+#include "core/PosixFiles.h"
 #include "core/Tags.h"
 #include "core/TrackedFile.h"
 
@@ -22,11 +23,6 @@ constexpr QByteArrayView infoSuffix = ".trashinfo";
 // The info file's name must fit too: "<name>.trashinfo".
 constexpr qsizetype maxTrashNameLength = NAME_MAX - infoSuffix.size();
 constexpr int maxNameAttempts = 10000;
-
-QString errnoText(int error = errno)
-{
-    return QString::fromLocal8Bit(std::strerror(error));
-}
 
 QString describe(const QByteArray &path, int error = errno)
 {
@@ -92,20 +88,6 @@ QByteArray infoContent(const QByteArray &pathValue)
     // Percent-encoded, '/' kept: a newline or a non-UTF-8 byte in a name cannot break the
     // line-based format.
     return "[Trash Info]\nPath=" + pathValue.toPercentEncoding("/") + "\nDeletionDate=" + deletionDate() + '\n';
-}
-
-bool writeAll(int fd, const QByteArray &bytes)
-{
-    qsizetype done = 0;
-    while (done < bytes.size()) {
-        const ssize_t written = ::write(fd, bytes.constData() + done, size_t(bytes.size() - done));
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            return false;
-        done += written;
-    }
-    return true;
 }
 
 // rename() that never replaces an existing entry.

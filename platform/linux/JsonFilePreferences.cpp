@@ -1,6 +1,7 @@
 #include "platform/linux/JsonFilePreferences.h"
 
 #include "core/Logging.h"
+#include "core/PosixFiles.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -120,14 +121,7 @@ void JsonFilePreferences::writeLocked(QJsonObject updated)
     bool ok = fd >= 0;
     const char *failure = nullptr;
     if (ok) {
-        qint64 done = 0;
-        while (ok && done < bytes.size()) {
-            const ssize_t n = ::write(fd, bytes.constData() + done, size_t(bytes.size() - done));
-            if (n < 0 && errno == EINTR)
-                continue;
-            ok = n > 0;
-            done += n > 0 ? n : 0;
-        }
+        ok = writeAll(fd, bytes);
         ok = ok && ::fchmod(fd, 0600) == 0 && ::fsync(fd) == 0;
         if (!ok)
             failure = std::strerror(errno);

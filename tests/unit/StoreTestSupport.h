@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/PosixFiles.h"
+
 #include "core/TrackedFileStore.h"
 #include "platform/fake/MemoryPreferences.h"
 #include "platform/fake/RecordingTrash.h"
@@ -20,11 +22,6 @@
 #include <unistd.h>
 
 namespace dowsel::testing {
-
-inline QByteArray joinPath(const QByteArray &dir, const QByteArray &name)
-{
-    return dir + '/' + name;
-}
 
 // Writes a real file and returns its inode (0 on failure, which the test then reports).
 inline std::uint64_t writeFile(const QByteArray &path, const QByteArray &content = "content")
