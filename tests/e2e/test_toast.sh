@@ -26,7 +26,7 @@ wait_for 10 island_shown || fail "no island at the top centre: $(brightness "${I
 wait_for 3 eval 'shoot && nothing_outside_island' || fail "something is drawn outside the island"
 toast_panel_open || fail "the toast's panel is not found among the mapped windows"
 all_above 215 "${AROUND_POINTS[@]}" || fail "the background around the island is not clear: $(brightness "${AROUND_POINTS[@]}")"
-save_shot toast 180
+save_shot toast 96
 pass "a new file shows the black island at the top centre and nothing elsewhere"
 
 key_reaches_probe "$T_PRESS" t || fail "a plain T did not reach the focused window"
@@ -71,7 +71,7 @@ wait_for 5 focus_left_probe || fail "Super+Shift+M did not open the move input"
 xdotool type --delay 30 "docu invo"
 # The move input grows by one row per match; wait for the first one to be drawn.
 wait_for 5 eval 'shoot && all_below 80 640,150' || fail "no match shown under the move input"
-save_shot move-input 300
+save_shot move-input 224
 xdotool key Return
 wait_for 5 test -e "$HOME/Documents/Invoices/slides.pdf" || fail "Return did not move the file into Invoices"
 [ ! -e "$D/slides.pdf" ] || fail "the file is still in Downloads"
@@ -88,7 +88,7 @@ wait_for 5 focus_left_probe || fail "Super+Shift+Alt+T did not open the time inp
 xdotool type --delay 30 "2h"
 wait_for 5 eval 'shoot && all_below 80 640,110' || fail "the time input is not drawn under the island"
 wait_for 3 badge_row_is "$E2E_ROOT/plain-badges.png" || fail "the island still shows the Alt badges after Alt went up"
-save_shot time-input 200
+save_shot time-input 170
 xdotool key Return
 wait_for 5 state_is "$odd" temporary || fail "Return in the time input did not keep the file: $(state_of "$odd")"
 span=$(DB "select cast(round(expires_at - marked_temporary_at) as int) from tracked_file where file_name = $(sql_text "$odd");")
@@ -103,7 +103,7 @@ wait_for 10 island_shown || fail "no island for song.mp3"
 xdotool key super+shift+period
 wait_for 5 focus_left_probe || fail "Super+Shift+. did not open the More menu"
 wait_for 5 eval 'shoot && all_below 80 640,110' || fail "the More menu is not drawn under the island"
-save_shot more-menu 260
+save_shot more-menu 250
 xdotool key Down Down Down Return
 wait_for 5 test -e "$XDG_DATA_HOME/Trash/files/song.mp3" || fail "Delete in the More menu did not trash the file"
 [ ! -e "$D/song.mp3" ] || fail "song.mp3 is still in Downloads"
