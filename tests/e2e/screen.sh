@@ -88,6 +88,16 @@ nothing_outside_island() {
 
 # The island's row of shortcut badges in the last screenshot, saved as OUT.
 badge_row() { convert "$SHOT" -crop "356x26+$((ISLAND_LEFT + 82))+33" +repage "$1"; }
+# The x of each shortcut badge's middle, left to right, from the last screenshot: the
+# capsules are the lit runs along the middle of the badge row.
+badge_centres() {
+  local left=$((ISLAND_LEFT + 82))
+  convert "$SHOT" -crop "380x1+$left+46" +repage -colorspace gray -depth 8 txt:- \
+    | sed -nE 's/^([0-9]+),0: \(([0-9]+).*/\1 \2/p' \
+    | awk -v left=$left '$2 > 8 { if (!on) { start = $1; on = 1 } last = $1; next }
+        on && $1 - last > 2 { print left + int((start + last) / 2); on = 0 }
+        END { if (on) print left + int((start + last) / 2) }'
+}
 # True when the badge row of a new screenshot is the one saved as REFERENCE.
 badge_row_is() {
   shoot && badge_row "$E2E_ROOT/badges.png" \
