@@ -72,7 +72,8 @@ all_above() { local limit=$1 v; shift; for v in $(brightness "$@"); do [ "$v" -g
 ISLAND_POINTS=(640,3 $((ISLAND_LEFT + 14)),36 $((ISLAND_RIGHT - 14)),36 640,66 520,68)
 # Points of the probe's white ground around the island: far left and right, just beside the
 # island, under it, and lower down.
-AROUND_POINTS=(20,36 1260,36 $((ISLAND_LEFT - 12)),20 $((ISLAND_RIGHT + 12)),20 640,$((ISLAND_BOTTOM + 14)) 640,400 100,700 1200,700)
+AROUND_POINTS=(20,36 1260,36 $((ISLAND_LEFT - 12)),20 $((ISLAND_RIGHT + 12)),20 640,$((ISLAND_BOTTOM + 14))
+  640,400 100,700 1200,700)
 
 island_shown() { shoot && all_below 40 "${ISLAND_POINTS[@]}"; }
 island_gone() { shoot && all_above 215 "${ISLAND_POINTS[@]}"; }
@@ -82,7 +83,8 @@ island_gone() { shoot && all_above 215 "${ISLAND_POINTS[@]}"; }
 nothing_outside_island() {
   local darkest
   darkest=$(convert "$SHOT" -fill white -draw "rectangle 0,0 70,70" \
-    -draw "rectangle $ISLAND_LEFT,0 $ISLAND_RIGHT,$ISLAND_BOTTOM" -colorspace gray -format '%[fx:round(255*minima)]' info:)
+    -draw "rectangle $ISLAND_LEFT,0 $ISLAND_RIGHT,$ISLAND_BOTTOM" \
+    -colorspace gray -format '%[fx:round(255*minima)]' info:)
   [ "$darkest" -gt 215 ]
 }
 

@@ -34,31 +34,38 @@ all_above 215 20,36 1260,36 368,20 912,20 640,600 || fail "something is drawn be
 logged "startOnboarding" || fail "the first launch did not start the onboarding"
 echo early >"$D/early.pdf"
 downloads_watched && fail "the Downloads folder is watched before the onboarding allowed it"
-[ ! -e "$XDG_CONFIG_HOME/dowsel/settings.json" ] || ! grep -q hasCompletedOnboarding "$XDG_CONFIG_HOME/dowsel/settings.json" \
+SETTINGS="$XDG_CONFIG_HOME/dowsel/settings.json"
+[ ! -e "$SETTINGS" ] || ! grep -q hasCompletedOnboarding "$SETTINGS" \
   || fail "onboarding marked complete at once"
 pass "a first launch shows the welcome island and watches nothing"
 
 step_after_shift_return downloads
 step_after_shift_return accessibility
 logged "starting core services" || fail "the core services did not start on the Downloads step"
-wait_for 5 state_is early.pdf dismissed || fail "the file that came before watching is not dismissed by the start-up scan: $(state_of early.pdf)"
+wait_for 5 state_is early.pdf dismissed \
+  || fail "the file that came before watching is not dismissed by the start-up scan: $(state_of early.pdf)"
 wait_for 5 downloads_watched || fail "Downloads is not watched after the Downloads step"
 step_after_shift_return tryIt
 probe_presses_are "$RETURN_PRESS" 0 || fail "Shift+Return reached the focused window during the onboarding"
 pass "Shift+Return walks the steps; the Downloads step starts watching"
 
 xdotool key shift+Return
-wait_for 10 state_is "$PRACTICE" unprocessed || fail "no record of the practice file: $(DB 'select file_name, state from tracked_file')"
-[ "$(head -n 1 "$D/$PRACTICE")" = "# Welcome to Dowsel 🧹" ] || fail "unexpected practice file: $(head -n 1 "$D/$PRACTICE")"
+wait_for 10 state_is "$PRACTICE" unprocessed \
+  || fail "no record of the practice file: $(DB 'select file_name, state from tracked_file')"
+[ "$(head -n 1 "$D/$PRACTICE")" = "# Welcome to Dowsel 🧹" ] \
+  || fail "unexpected practice file: $(head -n 1 "$D/$PRACTICE")"
 wait_for 10 island_shown || fail "no toast for the practice file"
 wait_for 5 logged "hint: Your practice file is live" || fail "no running hint under the practice toast"
 xdotool key super+shift+t
-wait_for 5 state_is "$PRACTICE" temporary || fail "Super+Shift+T did not keep the practice file: $(state_of "$PRACTICE")"
+wait_for 5 state_is "$PRACTICE" temporary \
+  || fail "Super+Shift+T did not keep the practice file: $(state_of "$PRACTICE")"
 getfattr --only-values -n user.xdg.tags "$D/$PRACTICE" 2>/dev/null | grep -qx "Dowsel: Temporary" \
   || fail "the practice file has no temporary tag"
-wait_for 5 logged "hint: Nice — you've got the hang of it! Your practice file now wears the “Dowsel: Temporary” tag" \
+concluded="hint: Nice — you've got the hang of it! Your practice file now wears the “Dowsel: Temporary” tag"
+wait_for 5 logged "$concluded" \
   || fail "the concluded hint does not speak of the tag: $(grep 'hint:' "$LOG" | tail -n 1)"
-wait_for 5 grep -q '"hasCompletedOnboarding": *true' "$XDG_CONFIG_HOME/dowsel/settings.json" || fail "onboarding not stored as complete"
+wait_for 5 grep -q '"hasCompletedOnboarding": *true' "$SETTINGS" \
+  || fail "onboarding not stored as complete"
 pass "the practice toast takes Super+Shift+T; the hint concludes with the tag and the onboarding is complete"
 
 e2e_stop

@@ -25,7 +25,8 @@ echo notes >"$D/notes v2.txt"
 wait_for 10 island_shown || fail "no island at the top centre: $(brightness "${ISLAND_POINTS[@]}")"
 wait_for 3 eval 'shoot && nothing_outside_island' || fail "something is drawn outside the island"
 toast_panel_open || fail "the toast's panel is not found among the mapped windows"
-all_above 215 "${AROUND_POINTS[@]}" || fail "the background around the island is not clear: $(brightness "${AROUND_POINTS[@]}")"
+all_above 215 "${AROUND_POINTS[@]}" \
+  || fail "the background around the island is not clear: $(brightness "${AROUND_POINTS[@]}")"
 save_shot toast 96
 pass "a new file shows the black island at the top centre and nothing elsewhere"
 
@@ -35,7 +36,8 @@ key_reaches_probe "$T_PRESS" ctrl+super+shift+t || fail "Super+Shift+Ctrl+T did 
 shoot && badge_row "$E2E_ROOT/plain-badges.png"
 presses=$(probe_presses "$T_PRESS")
 xdotool key super+shift+t
-wait_for 5 both_temporary || fail "Super+Shift+T did not mark both files: $(DB 'select file_name, state from tracked_file')"
+wait_for 5 both_temporary \
+  || fail "Super+Shift+T did not mark both files: $(DB 'select file_name, state from tracked_file')"
 [ "$(probe_presses "$T_PRESS")" -eq "$presses" ] || fail "Super+Shift+T also reached the focused window"
 has_tag "$D/report.pdf" && has_tag "$D/notes v2.txt" || fail "the temporary tag is missing"
 wait_for 5 island_gone || fail "the island stayed after Super+Shift+T"
@@ -53,11 +55,13 @@ key_reaches_probe "$ESC_PRESS" Escape || fail "with no toast up, Escape did not 
 [ -e "$D/photo.png" ] || fail "dismissing moved the file"
 pass "Escape dismisses the toast; with no toast up it reaches the focused window"
 
-wait_for 30 grep -qE 'FolderIndex.rebuild: [1-9][0-9]* folders' "$E2E_ROOT/dowsel.log" || fail "the folder index did not gather the home folder"
+wait_for 30 grep -qE 'FolderIndex.rebuild: [1-9][0-9]* folders' "$E2E_ROOT/dowsel.log" \
+  || fail "the folder index did not gather the home folder"
 echo slides >"$D/slides.pdf"
 wait_for 10 island_shown || fail "no island for slides.pdf"
 xdotool mousemove 180 36 click 1
-wait_for 2 eval '[ "$(probe_clicks_at 180 36)" -eq 1 ]' || fail "a click 200 px left of the island did not reach the window below"
+wait_for 2 eval '[ "$(probe_clicks_at 180 36)" -eq 1 ]' \
+  || fail "a click 200 px left of the island did not reach the window below"
 # The island takes its own clicks: one on its bare top edge never reaches the probe, which
 # the next click beside the island, delivered in order after it, proves.
 xdotool mousemove 640 3 click 1 mousemove 180 36 click 1
@@ -91,7 +95,8 @@ wait_for 3 badge_row_is "$E2E_ROOT/plain-badges.png" || fail "the island still s
 save_shot time-input 170
 xdotool key Return
 wait_for 5 state_is "$odd" temporary || fail "Return in the time input did not keep the file: $(state_of "$odd")"
-span=$(DB "select cast(round(expires_at - marked_temporary_at) as int) from tracked_file where file_name = $(sql_text "$odd");")
+span=$(DB "select cast(round(expires_at - marked_temporary_at) as int) from tracked_file
+  where file_name = $(sql_text "$odd");")
 [ "$span" -eq 7200 ] || fail "2h kept the file for $span s"
 has_tag "$D/$odd" || fail "the kept file has no tag"
 wait_for 5 focus_is_probe || fail "the keyboard did not go back after the time input"
