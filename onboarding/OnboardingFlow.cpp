@@ -21,6 +21,21 @@ bool isMissing(const QByteArray &path)
     return ::stat(path.constData(), &st) != 0 && errno == ENOENT;
 }
 
+QString stepName(OnboardingStep step)
+{
+    switch (step) {
+    case OnboardingStep::welcome:
+        return QStringLiteral("welcome");
+    case OnboardingStep::downloads:
+        return QStringLiteral("downloads");
+    case OnboardingStep::accessibility:
+        return QStringLiteral("accessibility");
+    case OnboardingStep::tryIt:
+        return QStringLiteral("tryIt");
+    }
+    return {};
+}
+
 } // namespace
 
 OnboardingFlow::OnboardingFlow(Services services, QObject *parent)
@@ -99,6 +114,7 @@ void OnboardingFlow::secondary()
 void OnboardingFlow::setStep(OnboardingStep step)
 {
     cancelPoll();
+    qCDebug(lcOnboarding).noquote() << "setOnboardingStep: " + stepName(step);
     m_state.step = step;
     setStatus(OnboardingPermissionStatus::idle);
     if (m_isVisible)

@@ -70,7 +70,7 @@ void OnboardingIsland::place()
         return;
     const QRect frame = screen->geometry();
     m_topInset = std::min(describeScreen(*screen).topBandHeight, ToastController::topInsetCap);
-    m_panel->move(frame.center().x() - OnboardingIslandView::islandWidth / 2, frame.top());
+    m_panel->move(frame.left() + (frame.width() - OnboardingIslandView::islandWidth) / 2, frame.top());
 }
 
 } // namespace dowsel

@@ -1,5 +1,6 @@
 #include "onboarding/gui/OnboardingUi.h"
 
+#include "core/Logging.h"
 #include "expiry/ExpirySettings.h"
 #include "onboarding/OnboardingFlow.h"
 #include "onboarding/gui/OnboardingHintView.h"
@@ -37,8 +38,10 @@ OnboardingUi::OnboardingUi(Services services) : m_services(std::move(services))
 
     // The hint's buttons, like every view callback, act in a main-thread task.
     toast.host().setHintContent([this, &controller = toast.controller()](HintPhase phase) -> QWidget * {
-        auto *view = new OnboardingHintView(
-            hintContent(phase, expiryLabel(m_services.preferences), controller.demoMarkedTemporary()));
+        const HintContent content =
+            hintContent(phase, expiryLabel(m_services.preferences), controller.demoMarkedTemporary());
+        qCDebug(lcOnboarding).noquote() << "hint: " + content.headline + " " + content.body;
+        auto *view = new OnboardingHintView(content);
         const QPointer<ToastController> alive = &controller;
         const auto closeHint = [this, alive] {
             m_services.mainExecutor.post([alive] {

@@ -25,19 +25,25 @@ fail() { echo "FAIL: $*" >&2; exit 1; }
 pass() { echo "ok - $*"; }
 
 # Starts a private X server and exports DISPLAY; checks that it answers before going on.
+# The display number is picked at random and claimed by Xvfb's lock file, which holds its
+# process id. (Xvfb -displayfd writes no lock file, so runs started side by side by other
+# users of the machine would all take :0 and steal each other's socket.)
 e2e_start_x() {
-  local attempt fd_file pid i number
-  for attempt in 1 2 3; do
-    fd_file="$E2E_ROOT/display.$attempt"
-    Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$fd_file" 2>"$E2E_ROOT/xvfb.log" &
+  local attempt pid i number
+  for attempt in $(seq 10); do
+    number=$((100 + RANDOM % 800))
+    [ ! -e "/tmp/.X$number-lock" ] || continue
+    Xvfb ":$number" -screen 0 1280x800x24 -nolisten tcp 2>"$E2E_ROOT/xvfb.log" &
     pid=$!
-    for i in $(seq 100); do grep -q '^[0-9][0-9]*$' "$fd_file" 2>/dev/null && break; sleep 0.1; done
-    number=$(grep -m1 '^[0-9][0-9]*$' "$fd_file" || true)
-    if [ -n "$number" ] && wait_for 10 xdpyinfo -display ":$number" >/dev/null 2>&1; then
-      E2E_PIDS+=($pid)
-      export DISPLAY=":$number"
-      return 0
-    fi
+    for i in $(seq 100); do
+      kill -0 "$pid" 2>/dev/null || break
+      if grep -qw "$pid" "/tmp/.X$number-lock" 2>/dev/null && xdpyinfo -display ":$number" >/dev/null 2>&1; then
+        E2E_PIDS+=($pid)
+        export DISPLAY=":$number"
+        return 0
+      fi
+      sleep 0.1
+    done
     kill "$pid" 2>/dev/null || true
     wait "$pid" 2>/dev/null || true
   done
@@ -81,7 +87,8 @@ e2e_stop() {
 }
 
 DB() { sqlite3 -batch "$XDG_DATA_HOME/dowsel/Sivra.sqlite" "$@"; }
-state_of() { DB "select state from tracked_file where file_name = '$1';"; }
+sql_text() { printf "'%s'" "${1//\'/\'\'}"; }
+state_of() { DB "select state from tracked_file where file_name = $(sql_text "$1");"; }
 state_is() { [ "$(state_of "$1")" = "$2" ]; }
 is_tracked() { [ -n "$(state_of "$1")" ]; }
 record_count() { DB 'select count(*) from tracked_file;'; }

@@ -182,6 +182,25 @@ TEST_F(IslandFixture, BadgesActOnClickAndAltSwapsOnlyTheFirst)
     EXPECT_EQ(calls.size(), 2u);
 }
 
+TEST_F(IslandFixture, BadgeRowEndsBeforeTheRingWithAltOrWithout)
+{
+    // The Linux key caps ("Super", "Alt") make the badges long; they must stay clear of the
+    // ring and of the spacing before it, with the wider custom-time badge too.
+    const double ringLeft = ringCentre().x() - island::ringSize / 2;
+    const QRect clearBand(int(ringLeft - island::spacing - 12), int(inset + 8), int(island::spacing + 12) - 1,
+                          int(island::thumbnailSize));
+    for (const bool held : {false, true}) {
+        ToastViewInput in = input(DynamicIslandToastState::visible, clock.now() + 7);
+        in.isOptionHeld = held;
+        show(in, 1, held ? 1 : 0);
+        const QImage image = render(view);
+        for (int y = clearBand.top(); y <= clearBand.bottom(); ++y) {
+            for (int x = clearBand.left(); x <= clearBand.right(); ++x)
+                ASSERT_TRUE(isBlack(image.pixelColor(x, y))) << "Alt held: " << held << " at " << x << "," << y;
+        }
+    }
+}
+
 struct HostFixture : IslandFixture {
     DynamicIslandToastHost host{clock, cache};
     HostFixture() { host.resize(panelWidth, panelHeight); }

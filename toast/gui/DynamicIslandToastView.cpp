@@ -29,10 +29,10 @@ const BadgeContent moreBadgeContent{{QStringLiteral("Super"), QStringLiteral("â‡
                                     QStringLiteral("More")};
 
 constexpr double badgeHeight = 20;
-constexpr double badgeSpacing = 6;
+constexpr double badgeSpacing = 5;
 constexpr double badgePadding = 6;
-constexpr double keycapPadding = 3;
-constexpr double keycapSpacing = 2;
+constexpr double keycapPadding = 2.5;
+constexpr double keycapSpacing = 1.5;
 constexpr double nameBadgeGap = 6;
 const QColor ringGreen(52, 199, 89);
 
@@ -70,12 +70,17 @@ double badgeWidth(const BadgeContent &badge)
     return width;
 }
 
-// A capsule with the key caps and the label; brighter when it can be clicked.
-void paintBadge(QPainter &painter, const QRectF &rect, const BadgeContent &badge, bool interactive, bool pressed,
+// A capsule with the key caps and the label; brighter when it can be clicked. A `frame`
+// lower than the badge's height draws the whole badge scaled down into it.
+void paintBadge(QPainter &painter, const QRectF &frame, const BadgeContent &badge, bool interactive, bool pressed,
                 double opacity)
 {
     painter.save();
     painter.setOpacity(painter.opacity() * opacity * (pressed ? 0.75 : 1.0));
+    const double scale = frame.height() / badgeHeight;
+    painter.translate(frame.topLeft());
+    painter.scale(scale, scale);
+    const QRectF rect(0, 0, frame.width() / scale, badgeHeight);
     if (pressed) {
         painter.translate(rect.center());
         painter.scale(0.97, 0.97);
@@ -167,13 +172,37 @@ void DynamicIslandToastView::layoutBadges()
     const double blockTop = contentTop + (island::thumbnailSize - nameHeight - nameBadgeGap - badgeHeight) / 2;
     double x = rect.left() + island::leadingInset + island::thumbnailSize + island::spacing;
     const double y = blockTop + nameHeight + nameBadgeGap;
+
+    // The row must end before the ring, whatever the fonts: when it is too long it is drawn
+    // smaller, by the same factor with Alt held or not, so that it never jumps.
+    const double widestKeep = std::max(badgeWidth(markTemporaryBadge), badgeWidth(customTimeBadge));
+    const double rowWidth =
+        widestKeep + badgeWidth(moveBadgeContent) + badgeWidth(moreBadgeContent) + 2 * badgeSpacing;
+    const double scale = std::min(1.0, (middleRight(rect) - x) / rowWidth);
+    const double top = y + badgeHeight * (1 - scale) / 2;
+    const auto badgeFrame = [&](const BadgeContent &badge) {
+        return QRectF(x, top, badgeWidth(badge) * scale, badgeHeight * scale);
+    };
     const BadgeContent &keep = m_frame.input.isOptionHeld ? customTimeBadge : markTemporaryBadge;
-    m_badgeRects[keepBadge] = QRectF(x, y, badgeWidth(keep), badgeHeight);
-    m_customTimeRect = QRectF(x, y, badgeWidth(customTimeBadge), badgeHeight);
-    x = m_badgeRects[keepBadge].right() + badgeSpacing;
-    m_badgeRects[moveBadge] = QRectF(x, y, badgeWidth(moveBadgeContent), badgeHeight);
-    x = m_badgeRects[moveBadge].right() + badgeSpacing;
-    m_badgeRects[moreBadge] = QRectF(x, y, badgeWidth(moreBadgeContent), badgeHeight);
+    m_badgeRects[keepBadge] = badgeFrame(keep);
+    m_customTimeRect = badgeFrame(customTimeBadge);
+    m_markTemporaryRect = badgeFrame(markTemporaryBadge);
+    x = m_badgeRects[keepBadge].right() + badgeSpacing * scale;
+    m_badgeRects[moveBadge] = badgeFrame(moveBadgeContent);
+    x = m_badgeRects[moveBadge].right() + badgeSpacing * scale;
+    m_badgeRects[moreBadge] = badgeFrame(moreBadgeContent);
+}
+
+QRectF DynamicIslandToastView::ringRect(const QRectF &island) const
+{
+    const double contentTop = island.top() + m_frame.input.topInset + 8;
+    return {island.right() - island::trailingInset - island::ringSize,
+            contentTop + (island::thumbnailSize - island::ringSize) / 2, island::ringSize, island::ringSize};
+}
+
+double DynamicIslandToastView::middleRight(const QRectF &island) const
+{
+    return ringRect(island).left() - island::spacing - 12;
 }
 
 void DynamicIslandToastView::paintEvent(QPaintEvent *)
@@ -205,12 +234,10 @@ void DynamicIslandToastView::paintIsland(QPainter &painter)
     if (m_frame.input.files.size() >= 2)
         paintStackCount(painter, thumbnail);
 
-    const QRectF ring(rect.right() - island::trailingInset - island::ringSize,
-                      contentTop + (island::thumbnailSize - island::ringSize) / 2, island::ringSize, island::ringSize);
-    paintRing(painter, ring);
+    paintRing(painter, ringRect(rect));
 
     const double nameLeft = thumbnail.right() + island::spacing;
-    const double nameRight = ring.left() - island::spacing - 12;
+    const double nameRight = middleRight(rect);
     const QFontMetricsF metrics(nameFont());
     painter.setFont(nameFont());
     painter.setPen(Qt::white);
@@ -225,10 +252,9 @@ void DynamicIslandToastView::paintIsland(QPainter &painter)
 void DynamicIslandToastView::paintBadges(QPainter &painter)
 {
     const double swap = std::clamp(m_frame.optionSwap, 0.0, 1.0);
-    const QRectF keepRect(m_badgeRects[keepBadge].topLeft(), QSizeF(badgeWidth(markTemporaryBadge), badgeHeight));
     const bool pressedKeep = m_pressedBadge == keepBadge;
     if (swap < 1)
-        paintBadge(painter, keepRect, markTemporaryBadge, m_isHovering, pressedKeep, 1 - swap);
+        paintBadge(painter, m_markTemporaryRect, markTemporaryBadge, m_isHovering, pressedKeep, 1 - swap);
     if (swap > 0)
         paintBadge(painter, m_customTimeRect, customTimeBadge, m_isHovering, pressedKeep, swap);
     paintBadge(painter, m_badgeRects[moveBadge], moveBadgeContent, m_isHovering, m_pressedBadge == moveBadge, 1);

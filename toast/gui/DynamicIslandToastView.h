@@ -63,6 +63,9 @@ private:
 
     QTransform islandTransform() const;
     QRectF islandRect() const;
+    QRectF ringRect(const QRectF &island) const;
+    // Where the name and the badges end, 12 points before the ring's spacing.
+    double middleRight(const QRectF &island) const;
     void layoutBadges();
     void setHovering(bool hovering);
     int badgeAt(QPointF widgetPoint) const;
@@ -76,6 +79,7 @@ private:
     int m_pressedBadge = -1;
     std::array<QRectF, badgeCount> m_badgeRects; // island coordinates
     QRectF m_customTimeRect;                     // the first badge with Alt held
+    QRectF m_markTemporaryRect;                  // the first badge without
 };
 
 } // namespace dowsel

@@ -235,16 +235,22 @@ void XcbKeyGrabber::processEvents()
 void XcbKeyGrabber::handleEvent(const xcb_generic_event_t *event)
 {
     const std::uint8_t type = event->response_type & 0x7f;
-    if (type == XCB_KEY_PRESS) {
-        const auto *press = reinterpret_cast<const xcb_key_press_event_t *>(event);
-        handleKeyPress(press->detail, press->state);
+    if (type == XCB_KEY_PRESS || type == XCB_KEY_RELEASE) {
+        // While a grab of ours is active (a shortcut's key is still down) the server sends the
+        // keyboard's events to us as core events and withholds the raw ones: Alt let go
+        // before that key arrives only here.
+        const auto *key = reinterpret_cast<const xcb_key_press_event_t *>(event);
+        const bool isPress = type == XCB_KEY_PRESS;
+        handleAltKey(key->detail, isPress);
+        if (isPress)
+            handleKeyPress(key->detail, key->state);
     } else if (type == XCB_GE_GENERIC && m_xinputOpcode != 0) {
         const auto *generic = reinterpret_cast<const xcb_ge_generic_event_t *>(event);
         if (generic->extension != m_xinputOpcode)
             return;
         if (generic->event_type == XCB_INPUT_RAW_KEY_PRESS || generic->event_type == XCB_INPUT_RAW_KEY_RELEASE) {
             const auto *raw = reinterpret_cast<const xcb_input_raw_key_press_event_t *>(event);
-            handleRawKey(static_cast<std::uint8_t>(raw->detail), generic->event_type == XCB_INPUT_RAW_KEY_PRESS);
+            handleAltKey(static_cast<std::uint8_t>(raw->detail), generic->event_type == XCB_INPUT_RAW_KEY_PRESS);
         }
     } else if (type == XCB_MAPPING_NOTIFY) {
         auto *mapping = reinterpret_cast<xcb_mapping_notify_event_t *>(const_cast<xcb_generic_event_t *>(event));
@@ -277,7 +283,7 @@ void XcbKeyGrabber::handleKeyPress(std::uint8_t keycode, std::uint16_t state)
     }
 }
 
-void XcbKeyGrabber::handleRawKey(std::uint8_t keycode, bool isPress)
+void XcbKeyGrabber::handleAltKey(std::uint8_t keycode, bool isPress)
 {
     if (!m_altKeycodes.contains(keycode))
         return;

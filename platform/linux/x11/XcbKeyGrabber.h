@@ -44,7 +44,7 @@ private:
     void processEvents();
     void handleEvent(const xcb_generic_event_t *event);
     void handleKeyPress(std::uint8_t keycode, std::uint16_t state);
-    void handleRawKey(std::uint8_t keycode, bool isPress);
+    void handleAltKey(std::uint8_t keycode, bool isPress);
 
     xcb_connection_t *m_connection = nullptr;
     xcb_key_symbols_t *m_keySymbols = nullptr;
