@@ -33,7 +33,9 @@ e2e_start_x() {
   for attempt in $(seq 10); do
     number=$((100 + RANDOM % 800))
     [ ! -e "/tmp/.X$number-lock" ] || continue
-    Xvfb ":$number" -screen 0 1280x800x24 -nolisten tcp 2>"$E2E_ROOT/xvfb.log" &
+    # -noreset: without it the server resets when its last client (xdpyinfo below) leaves,
+    # and refuses connections for a moment.
+    Xvfb ":$number" -screen 0 1280x800x24 -nolisten tcp -noreset 2>"$E2E_ROOT/xvfb.log" &
     pid=$!
     for i in $(seq 100); do
       kill -0 "$pid" 2>/dev/null || break
