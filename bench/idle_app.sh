@@ -34,7 +34,8 @@ sleep 5 # start-up work (scan, catch-up, folder index) is over
 switches() {
   local t
   for t in /proc/"$DOWSEL_PID"/task/*; do
-    awk -v tid="${t##*/}" '/^(non)?voluntary_ctxt_switches/ {n += $2} END {print tid, n}' "$t/status" 2>/dev/null || true
+    awk -v tid="${t##*/}" '/^(non)?voluntary_ctxt_switches/ {n += $2} END {print tid, n}' "$t/status" \
+      2>/dev/null || true
   done
 }
 cpu() { awk '{print $14 + $15}' "/proc/$DOWSEL_PID/stat"; }

@@ -91,7 +91,8 @@ record_count() { DB 'select count(*) from tracked_file;'; }
 e2e_start_tray() {
   wmdocker -iconsize 24 >"$E2E_ROOT/tray.log" 2>&1 &
   E2E_PIDS+=($!)
-  wait_for 10 eval 'xwininfo -root -tree | grep -q "\"Docker\": ()"' || fail "no tray host window: $(cat "$E2E_ROOT/tray.log")"
+  wait_for 10 eval 'xwininfo -root -tree | grep -q "\"Docker\": ()"' \
+    || fail "no tray host window: $(cat "$E2E_ROOT/tray.log")"
   TRAY_WINDOW=$(xwininfo -root -tree | awk '/"Docker": \(\)/ {print $1; exit}')
   xdotool windowmap "$TRAY_WINDOW"
 }

@@ -61,7 +61,9 @@ column_runs() {
 }
 
 # The countdown pills down the column just inside their trailing edge: "tone centre-y" each.
-countdown_pills() { column_runs 300 10 | awk '$1 == "red" || $1 == "orange" || $1 == "grey" {print $1, int(($2 + $3) / 2)}'; }
+countdown_pills() {
+  column_runs 300 10 | awk '$1 == "red" || $1 == "orange" || $1 == "grey" {print $1, int(($2 + $3) / 2)}'
+}
 pill_tones() { countdown_pills | awk '{printf "%s%s", sep, $1; sep = " "} END {print ""}'; }
 pills_are() { capture_popover && [ "$(pill_tones)" = "$1" ]; }
 # File icons down the thumbnail column (x 16 to 44), one per file row shown: runs of at
@@ -83,17 +85,17 @@ click_popover() {
   xdotool mousemove $((POP_X + 180)) $((POP_Y + 20))
 }
 
-read -r icon_x icon_y < <(wait_for 10 tray_icon_centre && tray_icon_centre) || fail "the icon never docked in the tray"
+wait_for 10 tray_icon_centre >/dev/null || fail "the icon never docked in the tray"
+read -r icon_x icon_y < <(tray_icon_centre)
 click_at "$icon_x" "$icon_y"
-wait_for 10 popover_visible || fail "no ${POPOVER_SIZE} window after clicking the tray icon: $(xwininfo -root -children)"
+wait_for 10 popover_visible \
+  || fail "no ${POPOVER_SIZE} window after clicking the tray icon: $(xwininfo -root -children)"
 pass "clicking the tray icon opens the ${POPOVER_SIZE} popover"
 
 wait_for 10 pills_are "red orange grey" \
   || fail "expected red, orange and grey countdowns in expiry order, saw '$(pill_tones)'"
 "$DOWSEL" list | grep "holiday photos.zip" | grep -q "(in 29m" || fail "dowsel list disagrees: $("$DOWSEL" list)"
 pass "each temporary row shows its countdown, soonest first, coloured by the time left"
-
-# The ignored section starts folded; its header is the second band of header colour.
 
 # The ignored section starts folded; its header is the last band down the list.
 capture_popover
@@ -111,7 +113,8 @@ windows_before=$(mapped_window_count)
 click_popover 329 "$orange_y"
 wait_for 10 menu_open || fail "no menu on the row's ellipsis"
 xdotool key Down Return
-wait_for 10 state_is "boarding pass.pdf" dismissed || fail "Keep did not dismiss the file: $(state_of "boarding pass.pdf")"
+wait_for 10 state_is "boarding pass.pdf" dismissed \
+  || fail "Keep did not dismiss the file: $(state_of "boarding pass.pdf")"
 getfattr --only-values -n user.xdg.tags "$D/boarding pass.pdf" 2>/dev/null | grep -q "Dowsel: Temporary" \
   && fail "the kept file still carries the temporary tag"
 [ "$(state_of "holiday photos.zip")$(state_of debian-12.iso)" = temporarytemporary ] || fail "Keep touched other rows"
@@ -138,7 +141,8 @@ capture_popover
 [ -z "${E2E_SCREENSHOTS:-}" ] || cp "$E2E_ROOT/popover.png" "$E2E_SCREENSHOTS/popover-settings.png"
 
 "$DOWSEL" keep "$D/meeting notes.txt" >/dev/null
-span=$(DB "select cast(round(expires_at - marked_temporary_at) as integer) from tracked_file where file_name = 'meeting notes.txt';")
+span=$(DB "select cast(round(expires_at - marked_temporary_at) as integer) from tracked_file
+           where file_name = 'meeting notes.txt';")
 [ "$span" = 300 ] || fail "a keep without a duration lasts ${span}s, not 5 minutes"
 pass "the next keep without a duration lasts the 5 minutes set"
 
