@@ -240,8 +240,9 @@ void PopoverItemDelegate::paintCountdown(QPainter *painter, const QStyleOptionVi
     const QString text = index.data(PopoverListModel::CountdownTextRole).toString();
     const auto tone = CountdownTone(index.data(PopoverListModel::CountdownToneRole).toInt());
     const QRect pill = countdownRect(option.rect, option.font, text);
+    // 30 % of the tone's own opacity: the secondary colour is already translucent.
     QColor background = popoverstyle::countdownColor(tone, option.palette);
-    background.setAlphaF(0.3);
+    background.setAlphaF(background.alphaF() * 0.3);
     painter->setPen(Qt::NoPen);
     painter->setBrush(background);
     painter->drawRoundedRect(pill, 6, 6);

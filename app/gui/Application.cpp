@@ -27,15 +27,23 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <xcb/xcb.h>
 
 namespace dowsel {
 
 namespace {
 
+struct XcbDisconnect {
+    void operator()(xcb_connection_t *connection) const { xcb_disconnect(connection); }
+};
+using XcbConnection = std::unique_ptr<xcb_connection_t, XcbDisconnect>;
+
 // Qt aborts with a long message when it cannot reach a display; say it in one line, with
-// what to do about it.
-bool displayAvailable()
+// what to do about it. The X connection made for the check goes to `probe`, to be closed
+// only once Qt has its own: an X server resets when its last client leaves, and a
+// connection opened during the reset fails (Xvfb under xvfb-run has no other client).
+bool displayAvailable(XcbConnection &probe)
 {
     const char *platform = std::getenv("QT_QPA_PLATFORM");
     if (platform && *platform && std::strncmp(platform, "xcb", 3) != 0)
@@ -43,11 +51,8 @@ bool displayAvailable()
     const char *wayland = std::getenv("WAYLAND_DISPLAY");
     if ((!platform || !*platform) && wayland && *wayland)
         return true;
-    xcb_connection_t *connection = xcb_connect(nullptr, nullptr);
-    const bool ok = connection && xcb_connection_has_error(connection) == 0;
-    if (connection)
-        xcb_disconnect(connection);
-    return ok;
+    probe.reset(xcb_connect(nullptr, nullptr));
+    return probe && xcb_connection_has_error(probe.get()) == 0;
 }
 
 ToastParts makeToastUi(AppState &state, ToastUi *&made)
@@ -77,7 +82,8 @@ int runApplication(int argc, char *argv[])
 {
     if (const int status = runCommandLine(argc, argv); status >= 0)
         return status;
-    if (!displayAvailable()) {
+    XcbConnection displayProbe;
+    if (!displayAvailable(displayProbe)) {
         std::fprintf(stderr, "dowsel: no display (DISPLAY=%s); run it inside a desktop session, or headless with "
                              "`xvfb-run -a dowsel`\n",
                      std::getenv("DISPLAY") ? std::getenv("DISPLAY") : "unset");
@@ -85,6 +91,7 @@ int runApplication(int argc, char *argv[])
     }
 
     QApplication app(argc, argv);
+    displayProbe.reset();
     QApplication::setApplicationName(QStringLiteral("dowsel"));
     QApplication::setApplicationDisplayName(QStringLiteral("Dowsel"));
     QApplication::setOrganizationDomain(QStringLiteral("dowsel.app"));

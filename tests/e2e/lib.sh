@@ -94,3 +94,41 @@ state_of() { DB "select state from tracked_file where file_name = $(sql_text "$1
 state_is() { [ "$(state_of "$1")" = "$2" ]; }
 is_tracked() { [ -n "$(state_of "$1")" ]; }
 record_count() { DB 'select count(*) from tracked_file;'; }
+
+# Starts a stand-alone XEmbed tray host (wmdocker) in the top-left corner and sets TRAY_WINDOW.
+# It waits for a window manager to map it; there is none here, so map it ourselves.
+e2e_start_tray() {
+  wmdocker -iconsize 24 >"$E2E_ROOT/tray.log" 2>&1 &
+  E2E_PIDS+=($!)
+  wait_for 10 eval 'xwininfo -root -tree | grep -q "\"Docker\": ()"' \
+    || fail "no tray host window: $(cat "$E2E_ROOT/tray.log")"
+  TRAY_WINDOW=$(xwininfo -root -tree | awk '/"Docker": \(\)/ {print $1; exit}')
+  xdotool windowmap "$TRAY_WINDOW"
+}
+
+# Prints "X Y" of the centre of Dowsel's icon in the tray; fails while it is not docked.
+tray_icon_centre() {
+  local icon
+  icon=$(xwininfo -children -id "$TRAY_WINDOW" | awk '/"Dowsel"/ {print $1; exit}')
+  [ -n "$icon" ] || return 1
+  xwininfo -id "$icon" | awk '/Absolute upper-left X/ {x=$NF} /Absolute upper-left Y/ {y=$NF}
+    /Width:/ {w=$NF} /Height:/ {h=$NF} /Map State: IsViewable/ {v=1}
+    END {if (!v) exit 1; print x + int(w / 2), y + int(h / 2)}'
+}
+
+# Clicks at X Y on the screen.
+click_at() { xdotool mousemove "$1" "$2" click 1; }
+
+# Prints the id of a mapped top-level window of WIDTHxHEIGHT, if any.
+mapped_window_of_size() {
+  local id
+  for id in $(xwininfo -root -children | awk -v size="$1" '$0 ~ " " size "\\+" {print $1}'); do
+    xwininfo -id "$id" | grep -q 'Map State: IsViewable' && { echo "$id"; return 0; }
+  done
+  return 1
+}
+
+# Prints "X Y" of a window's top-left corner on the screen.
+window_origin() {
+  xwininfo -id "$1" | awk '/Absolute upper-left X/ {x=$NF} /Absolute upper-left Y/ {y=$NF} END {print x, y}'
+}

@@ -184,3 +184,38 @@ TEST_F(PopoverTest, AFileThatVanishesLeavesTheIgnoredListAtTheNextOpening)
 }
 
 } // namespace
+
+TEST_F(PopoverTest, CountdownPillsAreTheToneAtThirtyPercentOverTheWindow)
+{
+    const auto keepFor = [&](const QByteArray &name, Seconds seconds) {
+        const RecordId id = addFile(name, FileState::unprocessed);
+        actor->call([=](TrackedFileStore &s) { s.markTemporary(id, seconds); }).get();
+    };
+    keepFor("urgent.zip", 30 * 60);
+    keepFor("soon.pdf", 2 * 3600 + 5 * 60);
+    keepFor("calm.iso", 26 * 3600);
+    openPopover();
+
+    const QImage pixels = list()->viewport()->grab().toImage();
+    const QColor window = list()->viewport()->palette().color(QPalette::Window);
+    const QColor text = list()->viewport()->palette().color(QPalette::WindowText);
+    // Just inside a pill's trailing edge, clear of its symbol and text.
+    const auto pillColour = [&](int row) {
+        const QString countdown = popover->model().index(row).data(PopoverListModel::CountdownTextRole).toString();
+        const QRect pill = PopoverItemDelegate::countdownRect(rowRect(row), list()->font(), countdown);
+        return pixels.pixelColor(pill.right() - 3, pill.center().y());
+    };
+    ASSERT_EQ(rowNames(), (QStringList{"urgent.zip", "soon.pdf", "calm.iso"}));
+    const QColor urgent = pillColour(1);
+    const QColor soon = pillColour(2);
+    const QColor calm = pillColour(3);
+    EXPECT_GT(urgent.red() - urgent.green(), 40);
+    EXPECT_GT(soon.green() - soon.blue(), 25);
+    EXPECT_GT(soon.red(), soon.green());
+    // The calm tone is the translucent secondary text colour: its pill is a light grey, well
+    // short of 30 % of the way from the window to the text.
+    const double towardText = double(window.value() - calm.value()) / (window.value() - text.value());
+    EXPECT_GT(towardText, 0.05);
+    EXPECT_LT(towardText, 0.25);
+    EXPECT_LT(std::abs(calm.red() - calm.blue()), 6);
+}
