@@ -357,12 +357,18 @@ void TrackedFileStore::removeRecordForInode(std::uint64_t inode)
 
 void TrackedFileStore::removeRecord(RecordId id)
 {
-    const auto file = record(id);
+    removeRecordAndTag(id);
+}
+
+std::optional<TrackedFile> TrackedFileStore::removeRecordAndTag(RecordId id)
+{
+    auto file = record(id);
     if (!file)
-        return;
+        return std::nullopt;
     removeTemporaryTag(file->filePath);
     if (deleteRow(id))
         notifyChanged();
+    return file;
 }
 
 void TrackedFileStore::forgetRecord(RecordId id)
@@ -373,12 +379,9 @@ void TrackedFileStore::forgetRecord(RecordId id)
 
 void TrackedFileStore::deleteNow(RecordId id)
 {
-    const auto file = record(id);
+    const auto file = removeRecordAndTag(id);
     if (!file)
         return;
-    removeTemporaryTag(file->filePath);
-    if (deleteRow(id))
-        notifyChanged();
     struct stat status {};
     if (file->filePath.isEmpty() || ::lstat(file->filePath.constData(), &status) != 0)
         return;

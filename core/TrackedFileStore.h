@@ -91,6 +91,8 @@ public:
     void setChangeObserver(std::function<void()> observer) { m_changed = std::move(observer); }
 
 private:
+    // Removes the tag from the record's file, then the record; the record as it was, if any.
+    std::optional<TrackedFile> removeRecordAndTag(RecordId id);
     TrackedFileStore(std::unique_ptr<sqlite::Database> db, const Clock &clock, const Preferences &prefs, Trash &trash);
     std::vector<TrackedFile> fetch(sqlite::Query &query);
     bool deleteRow(RecordId id);

@@ -116,15 +116,15 @@ void BootTimeScheduler::rearmLocked()
     // Drop cancelled timers from the top so the kernel timer is armed for a live one.
     while (!m_heap.empty() && !m_pending.count(m_heap.top().id))
         m_heap.pop();
-    itimerspec spec{};
+    itimerspec arm{};
     if (m_heap.empty()) {
         m_armedAtNs = -1; // disarmed: all zero
     } else {
         m_armedAtNs = std::max<std::int64_t>(m_heap.top().atNs, 1);
-        spec.it_value.tv_sec = m_armedAtNs / 1'000'000'000;
-        spec.it_value.tv_nsec = m_armedAtNs % 1'000'000'000;
+        arm.it_value.tv_sec = m_armedAtNs / 1'000'000'000;
+        arm.it_value.tv_nsec = m_armedAtNs % 1'000'000'000;
     }
-    timerfd_settime(m_timerFd, TFD_TIMER_ABSTIME, &spec, nullptr);
+    timerfd_settime(m_timerFd, TFD_TIMER_ABSTIME, &arm, nullptr);
 }
 
 void BootTimeScheduler::run()
