@@ -31,14 +31,7 @@ const QString dot = QStringLiteral("·");
 TimeInputView::TimeInputView(TimeInputViewModel &model, const Clock &clock, QWidget *parent)
     : QWidget(parent), m_model(model), m_clock(clock), m_field(new QLineEdit(this))
 {
-    m_field->setFrame(false);
-    m_field->setFont(st::font(17, QFont::Medium));
-    m_field->setPlaceholderText(tr("e.g. 2h, 30 min, 1d 4h"));
-    QPalette palette = m_field->palette();
-    palette.setColor(QPalette::Base, Qt::transparent);
-    palette.setColor(QPalette::Text, st::primary());
-    palette.setColor(QPalette::PlaceholderText, st::secondary());
-    m_field->setPalette(palette);
+    st::styleQueryField(*m_field, QFont::Medium, tr("e.g. 2h, 30 min, 1d 4h"));
     m_field->setText(m_model.query());
     m_field->installEventFilter(this);
     setFocusProxy(m_field);

@@ -118,14 +118,7 @@ void BrowseButton::leaveEvent(QEvent *event)
 MoveInputView::MoveInputView(MoveInputViewModel &model, QWidget *parent)
     : QWidget(parent), m_model(model), m_field(new QLineEdit(this)), m_browse(new BrowseButton(this))
 {
-    m_field->setFrame(false);
-    m_field->setFont(st::font(17, QFont::DemiBold));
-    m_field->setPlaceholderText(tr("Move to…"));
-    QPalette palette = m_field->palette();
-    palette.setColor(QPalette::Base, Qt::transparent);
-    palette.setColor(QPalette::Text, st::primary());
-    palette.setColor(QPalette::PlaceholderText, st::secondary());
-    m_field->setPalette(palette);
+    st::styleQueryField(*m_field, QFont::DemiBold, tr("Move to…"));
     m_field->setText(m_model.query());
     m_field->installEventFilter(this);
     setFocusProxy(m_field);

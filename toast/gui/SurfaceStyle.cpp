@@ -1,7 +1,9 @@
 #include "toast/gui/SurfaceStyle.h"
 
 #include <QFontMetricsF>
+#include <QLineEdit>
 #include <QPainter>
+#include <QPalette>
 #include <QStringList>
 
 namespace dowsel::surfacestyle {
@@ -47,6 +49,18 @@ QColor primary(double opacity)
     QColor color(Qt::white);
     color.setAlphaF(float(opacity));
     return color;
+}
+
+void styleQueryField(QLineEdit &field, QFont::Weight weight, const QString &placeholder)
+{
+    field.setFrame(false);
+    field.setFont(font(17, weight));
+    field.setPlaceholderText(placeholder);
+    QPalette palette = field.palette();
+    palette.setColor(QPalette::Base, Qt::transparent);
+    palette.setColor(QPalette::Text, primary());
+    palette.setColor(QPalette::PlaceholderText, secondary());
+    field.setPalette(palette);
 }
 
 QColor secondary()

@@ -5,6 +5,7 @@
 #include <QRectF>
 #include <QString>
 
+class QLineEdit;
 class QPainter;
 
 namespace dowsel::surfacestyle {
@@ -20,6 +21,9 @@ QColor primary(double opacity = 1);
 QColor secondary();
 QColor destructive(double opacity = 1);
 QColor panelBackground();
+
+// The query field at the top of an input panel: frameless, transparent, large text.
+void styleQueryField(QLineEdit &field, QFont::Weight weight, const QString &placeholder);
 
 // A key combination such as "Ctrl+N" or "Super+Shift+O" as one small rounded cap per key,
 // Shift written "⇧" as on the toast's badges.
