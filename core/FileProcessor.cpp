@@ -202,6 +202,8 @@ void FileProcessor::handleKnownItem(const FileEvent &event, const QByteArray &na
     const std::uint64_t inode = event.inode;
     if (!event.flags.contains(FSEventFlags::renamed)) {
         qCDebug(lcProcessor).noquote() << QStringLiteral("  SKIP: already tracked (inode %1)").arg(number(inode));
+        if (const auto status = statPath(event.path); status && status->inode == inode && status->isRegularFile)
+            m_store.send([inode, size = status->size](TrackedFileStore &store) { store.updateSize(inode, size); });
         return;
     }
     QByteArray newPath;

@@ -283,6 +283,14 @@ void TrackedFileStore::updatePath(std::uint64_t inode, const QByteArray &path, c
         notifyChanged();
 }
 
+void TrackedFileStore::updateSize(std::uint64_t inode, std::int64_t size)
+{
+    auto query = m_db->query("UPDATE tracked_file SET file_size = ? WHERE inode = ? AND file_size != ?");
+    query.bind(1, size).bind(2, toColumn(inode)).bind(3, size);
+    if (query.run() && m_db->changes() > 0)
+        notifyChanged();
+}
+
 void TrackedFileStore::dismissExisting(const std::vector<DownloadFileSnapshot> &snapshots)
 {
     sqlite::Transaction transaction(*m_db);

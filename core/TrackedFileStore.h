@@ -70,6 +70,9 @@ public:
     void replaceInode(std::uint64_t oldInode, std::uint64_t newInode, const QByteArray &path, const QByteArray &name,
                       std::int64_t size);
     void updatePath(std::uint64_t inode, const QByteArray &path, const QByteArray &name);
+    // A file written in place is recorded when it appears, often still empty; later writes
+    // bring its size up to date.
+    void updateSize(std::uint64_t inode, std::int64_t size);
     void dismissExisting(const std::vector<DownloadFileSnapshot> &snapshots);
     std::optional<Date> markTemporary(RecordId id, std::optional<Seconds> duration = std::nullopt);
     void markDismissed(RecordId id);

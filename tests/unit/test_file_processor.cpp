@@ -94,6 +94,22 @@ TEST_F(FileProcessorTest, BrowserDownloadIsAnnouncedOnceWhenItGetsItsFinalName)
                                     .arg(QString::fromUtf8(download("x.pdf")))));
 }
 
+TEST_F(FileProcessorTest, FileWrittenInPlaceGetsItsFinalSize)
+{
+    // curl -O and cp create the file empty, then write it: announced at once, not as a folder.
+    const QByteArray path = download("report.pdf");
+    writeFile(path, "");
+    event(path, {F::created, F::isFile});
+    ASSERT_EQ(announced.size(), 1u);
+    EXPECT_TRUE(db().record(announced[0])->isFolderLike());
+
+    writeFile(path, "twelve bytes");
+    event(path, {F::modified, F::isFile});
+    EXPECT_EQ(announced.size(), 1u);
+    EXPECT_EQ(db().record(announced[0])->fileSize, 12);
+    EXPECT_FALSE(db().record(announced[0])->isFolderLike());
+}
+
 TEST_F(FileProcessorTest, SafeSaveKeepsTheRecordItsStateAndExpiry)
 {
     const RecordId id = temporaryDownload("notes.txt");
