@@ -77,175 +77,175 @@
     <name>Onboarding</name>
     <message>
         <source>Welcome to Dowsel</source>
-        <translation type="unfinished"></translation>
+        <translation>Te damos la bienvenida a Dowsel</translation>
     </message>
     <message>
         <source>Dowsel watches your Downloads folder for new files and helps you sort them or auto-clean them — all from a little toast at the top of your screen.</source>
-        <translation type="unfinished"></translation>
+        <translation>Dowsel vigila los archivos nuevos de tu carpeta de descargas y te ayuda a ordenarlos o a limpiarlos automáticamente — todo desde un pequeño aviso en la parte superior de la pantalla.</translation>
     </message>
     <message>
         <source>Get Started</source>
-        <translation type="unfinished"></translation>
+        <translation>Empezar</translation>
     </message>
     <message>
         <source>Allow access to Downloads</source>
-        <translation type="unfinished"></translation>
+        <translation>Permitir el acceso a Descargas</translation>
     </message>
     <message>
         <source>Dowsel needs to see new files in your Downloads folder. It only checks that it can read the folder — there is nothing to allow.</source>
-        <translation type="unfinished"></translation>
+        <translation>Dowsel necesita ver los archivos nuevos de tu carpeta de descargas. Solo comprueba que puede leer la carpeta — no hay nada que autorizar.</translation>
     </message>
     <message>
         <source>Grant Access</source>
-        <translation type="unfinished"></translation>
+        <translation>Conceder acceso</translation>
     </message>
     <message>
         <source>Enable keyboard shortcuts</source>
-        <translation type="unfinished"></translation>
+        <translation>Activar los atajos de teclado</translation>
     </message>
     <message>
         <source>Shortcuts let you keep, move, or clean a download without reaching for the mouse. Dowsel checks that no other program already uses them.</source>
-        <translation type="unfinished"></translation>
+        <translation>Los atajos te permiten conservar, mover o limpiar una descarga sin tocar el ratón. Dowsel comprueba que ningún otro programa los esté usando ya.</translation>
     </message>
     <message>
         <source>Keep</source>
-        <translation type="unfinished">Conservar</translation>
+        <translation>Conservar</translation>
     </message>
     <message>
         <source>Move</source>
-        <translation type="unfinished"></translation>
+        <translation>Mover</translation>
     </message>
     <message>
         <source>More</source>
-        <translation type="unfinished"></translation>
+        <translation>Más</translation>
     </message>
     <message>
         <source>Enable Shortcuts</source>
-        <translation type="unfinished"></translation>
+        <translation>Activar atajos</translation>
     </message>
     <message>
         <source>Try it on a real file</source>
-        <translation type="unfinished"></translation>
+        <translation>Pruébalo con un archivo real</translation>
     </message>
     <message>
         <source>Dowsel will drop a little practice file in your Downloads so you can see the toast for real and try the shortcuts. Don&apos;t worry — it&apos;s harmless, and you decide what happens to it.</source>
-        <translation type="unfinished"></translation>
+        <translation>Dowsel dejará un pequeño archivo de práctica en Descargas para que veas el aviso de verdad y pruebes los atajos. No te preocupes — es inofensivo y tú decides qué pasa con él.</translation>
     </message>
     <message>
         <source>Test it now</source>
-        <translation type="unfinished"></translation>
+        <translation>Probar ahora</translation>
     </message>
     <message>
         <source>Access was denied. Make your Downloads folder readable under Permissions in your file manager, then try again.</source>
-        <translation type="unfinished"></translation>
+        <translation>Se denegó el acceso. Haz que tu carpeta de descargas se pueda leer en Permisos de tu gestor de archivos y vuelve a intentarlo.</translation>
     </message>
     <message>
         <source>There is no Downloads folder at %1 yet. Dowsel can create it for you.</source>
-        <translation type="unfinished"></translation>
+        <translation>Todavía no hay ninguna carpeta de descargas en %1. Dowsel puede crearla por ti.</translation>
     </message>
     <message>
         <source>Another program already uses %1. Free them in your desktop&apos;s keyboard settings, or skip — the other shortcuts and the toast&apos;s buttons still work.</source>
-        <translation type="unfinished"></translation>
+        <translation>Otro programa ya usa %1. Libéralos en la configuración de teclado de tu escritorio u omite este paso — los demás atajos y los botones del aviso siguen funcionando.</translation>
     </message>
     <message>
         <source>Global shortcuts aren&apos;t available on this desktop. Skip this step — the toast&apos;s buttons still work.</source>
-        <translation type="unfinished"></translation>
+        <translation>Los atajos globales no están disponibles en este escritorio. Omite este paso — los botones del aviso siguen funcionando.</translation>
     </message>
     <message>
         <source>The practice toast didn&apos;t show up — Dowsel may not be watching your Downloads folder yet. Try again, or skip for now.</source>
-        <translation type="unfinished"></translation>
+        <translation>El aviso de práctica no apareció — puede que Dowsel aún no esté vigilando tu carpeta de descargas. Vuelve a intentarlo u omite este paso por ahora.</translation>
     </message>
     <message>
         <source>Open File Manager</source>
-        <translation type="unfinished"></translation>
+        <translation>Abrir el gestor de archivos</translation>
     </message>
     <message>
         <source>Open Settings</source>
-        <translation type="unfinished">Abrir configuración</translation>
+        <translation>Abrir configuración</translation>
     </message>
     <message>
         <source>Waiting for permission…</source>
-        <translation type="unfinished"></translation>
+        <translation>Esperando permiso…</translation>
     </message>
     <message>
         <source>Checking shortcuts…</source>
-        <translation type="unfinished"></translation>
+        <translation>Comprobando atajos…</translation>
     </message>
     <message>
         <source>Create Folder</source>
-        <translation type="unfinished"></translation>
+        <translation>Crear carpeta</translation>
     </message>
     <message>
         <source>Try Again</source>
-        <translation type="unfinished"></translation>
+        <translation>Reintentar</translation>
     </message>
     <message>
         <source>Downloads access granted</source>
-        <translation type="unfinished"></translation>
+        <translation>Acceso a Descargas concedido</translation>
     </message>
     <message>
         <source>Shortcuts active</source>
-        <translation type="unfinished"></translation>
+        <translation>Atajos activos</translation>
     </message>
     <message>
         <source>Keep it — Dowsel auto-deletes it in </source>
-        <translation type="unfinished"></translation>
+        <translation>Consérvalo — Dowsel lo eliminará automáticamente en </translation>
     </message>
     <message>
         <source>Keep it for a custom amount of time you choose.</source>
-        <translation type="unfinished"></translation>
+        <translation>Consérvalo durante el tiempo que tú elijas.</translation>
     </message>
     <message>
         <source>Move it somewhere, with fuzzy search.</source>
-        <translation type="unfinished"></translation>
+        <translation>Muévelo a otro sitio, con búsqueda aproximada.</translation>
     </message>
     <message>
         <source>More — open, copy, share, or delete.</source>
-        <translation type="unfinished"></translation>
+        <translation>Más — abrir, copiar, compartir o eliminar.</translation>
     </message>
     <message>
         <source>Dismiss — the file just stays in Downloads.</source>
-        <translation type="unfinished"></translation>
+        <translation>Descártalo — el archivo se queda en Descargas.</translation>
     </message>
     <message>
         <source>Done</source>
-        <translation type="unfinished"></translation>
+        <translation>Listo</translation>
     </message>
     <message>
         <source>Your practice file is live — try the shortcuts on it.</source>
-        <translation type="unfinished"></translation>
+        <translation>Tu archivo de práctica ya está aquí — prueba los atajos con él.</translation>
     </message>
     <message>
         <source>Hover the toast to pause the countdown.</source>
-        <translation type="unfinished"></translation>
+        <translation>Pasa el puntero sobre el aviso para pausar el temporizador.</translation>
     </message>
     <message>
         <source>Time&apos;s up. Dowsel just leaves it in your Downloads — no rush, keep exploring.</source>
-        <translation type="unfinished"></translation>
+        <translation>Se acabó el tiempo. Dowsel simplemente lo deja en Descargas — sin prisa, sigue explorando.</translation>
     </message>
     <message>
         <source>Nice — you&apos;ve got the hang of it!</source>
-        <translation type="unfinished"></translation>
+        <translation>¡Muy bien — ya sabes cómo funciona!</translation>
     </message>
     <message>
         <source>Your practice file now wears the “Dowsel: Temporary” tag — file managers that show tags, such as Dolphin, display it. That&apos;s how Dowsel marks anything temporary. Open Dowsel from the system tray anytime to see how long it has left.</source>
-        <translation type="unfinished"></translation>
+        <translation>Tu archivo de práctica lleva ahora la etiqueta “Dowsel: Temporary” — los gestores de archivos que admiten etiquetas, como Dolphin, la muestran. Así marca Dowsel todo lo temporal. Abre Dowsel desde la bandeja del sistema cuando quieras para ver cuánto tiempo le queda.</translation>
     </message>
     <message>
         <source>Your practice file is all yours — keep it, move it, or toss it whenever. You&apos;re ready to go.</source>
-        <translation type="unfinished"></translation>
+        <translation>Tu archivo de práctica es todo tuyo — consérvalo, muévelo o tíralo cuando quieras. Ya puedes empezar.</translation>
     </message>
     <message>
         <source>All right</source>
-        <translation type="unfinished"></translation>
+        <translation>De acuerdo</translation>
     </message>
     <message>
         <source>Change the time in Settings</source>
-        <translation type="unfinished"></translation>
+        <translation>Cambiar el tiempo en Configuración</translation>
     </message>
     <message>
         <source>Skip for now</source>
-        <translation type="unfinished"></translation>
+        <translation>Omitir por ahora</translation>
     </message>
 </context>
 <context>
@@ -253,7 +253,7 @@
     <message>
         <source>Dowsel README.md</source>
         <extracomment>Practice file name; keep the .md extension</extracomment>
-        <translation type="unfinished"></translation>
+        <translation>Dowsel README.md</translation>
     </message>
     <message>
         <source># Welcome to Dowsel 🧹
@@ -276,7 +276,25 @@ You don&apos;t have to keep this file — it&apos;s only here for the demonstrat
 — Dowsel
 </source>
         <extracomment>Contents of the onboarding practice README file</extracomment>
-        <translation type="unfinished"></translation>
+        <translation># Te damos la bienvenida a Dowsel 🧹
+
+Dowsel vigila tu carpeta de descargas y te ayuda a mantenerla ordenada. Cada vez que aparece un archivo nuevo, se muestra un pequeño aviso para que decidas qué hacer con él — directamente desde el teclado.
+
+Este archivo es solo una demostración para que practiques. Mientras se muestra su aviso, prueba:
+
+- **Super+Shift+T** — Conservarlo. Dowsel lo eliminará automáticamente más tarde (tú eliges cuándo, en Configuración).
+- **Super+Shift+Alt+T** — Conservarlo durante el tiempo que elijas.
+- **Super+Shift+M** — Moverlo a otro sitio, con búsqueda aproximada.
+- **Super+Shift+.** — Más: abrir, copiar, compartir o eliminar.
+- **Super+Shift+Backspace** — Enviarlo ahora mismo a la papelera.
+- **Esc** — Descartarlo. El archivo se queda en Descargas.
+
+Consejo: pasa el puntero sobre el aviso para pausar el temporizador.
+
+No tienes que conservar este archivo — solo está aquí para la demostración.
+
+— Dowsel
+</translation>
     </message>
 </context>
 <context>
@@ -290,11 +308,11 @@ You don&apos;t have to keep this file — it&apos;s only here for the demonstrat
     <name>ShareMenu</name>
     <message>
         <source>Email</source>
-        <translation type="unfinished"></translation>
+        <translation>Correo electrónico</translation>
     </message>
     <message>
         <source>Bluetooth</source>
-        <translation type="unfinished"></translation>
+        <translation>Bluetooth</translation>
     </message>
 </context>
 <context>
@@ -312,19 +330,19 @@ You don&apos;t have to keep this file — it&apos;s only here for the demonstrat
     <name>TimeInputView</name>
     <message>
         <source>Try: 2h · 30 min · 1d 4h</source>
-        <translation type="unfinished"></translation>
+        <translation>Prueba: 2h · 30 min · 1d 4h</translation>
     </message>
     <message>
         <source>Expires %1 today</source>
-        <translation type="unfinished"></translation>
+        <translation>Caduca hoy a las %1</translation>
     </message>
     <message>
         <source>Expires %1 tomorrow</source>
-        <translation type="unfinished"></translation>
+        <translation>Caduca mañana a las %1</translation>
     </message>
     <message>
         <source>Expires %1 at %2</source>
-        <translation type="unfinished"></translation>
+        <translation>Caduca el %1 a las %2</translation>
     </message>
 </context>
 <context>
@@ -338,37 +356,37 @@ You don&apos;t have to keep this file — it&apos;s only here for the demonstrat
     <name>dowsel::BrowseButton</name>
     <message>
         <source>Browse</source>
-        <translation type="unfinished"></translation>
+        <translation>Examinar</translation>
     </message>
 </context>
 <context>
     <name>dowsel::MoreMenuViewModel</name>
     <message>
         <source>Open</source>
-        <translation type="unfinished"></translation>
+        <translation>Abrir</translation>
     </message>
     <message>
         <source>Share &amp; Delete</source>
-        <translation type="unfinished"></translation>
+        <translation>Compartir y eliminar</translation>
     </message>
     <message>
         <source>Copy &amp; Delete</source>
-        <translation type="unfinished"></translation>
+        <translation>Copiar y eliminar</translation>
     </message>
     <message>
         <source>Delete</source>
-        <translation type="unfinished">Eliminar</translation>
+        <translation>Eliminar</translation>
     </message>
 </context>
 <context>
     <name>dowsel::MoveInputView</name>
     <message>
         <source>Move to…</source>
-        <translation type="unfinished"></translation>
+        <translation>Mover a…</translation>
     </message>
     <message>
         <source>Create</source>
-        <translation type="unfinished"></translation>
+        <translation>Crear</translation>
     </message>
 </context>
 <context>
@@ -439,27 +457,27 @@ You don&apos;t have to keep this file — it&apos;s only here for the demonstrat
     <name>dowsel::QtToastHost</name>
     <message>
         <source>Try a shortcut on the toast above, or let it run out.</source>
-        <translation type="unfinished"></translation>
+        <translation>Prueba un atajo en el aviso de arriba o deja que se agote el tiempo.</translation>
     </message>
     <message>
         <source>Time&apos;s up. The toast stays until you act on it.</source>
-        <translation type="unfinished"></translation>
+        <translation>Se acabó el tiempo. El aviso se queda hasta que hagas algo con él.</translation>
     </message>
     <message>
         <source>Done. The practice file is where you left it.</source>
-        <translation type="unfinished"></translation>
+        <translation>Listo. El archivo de práctica está donde lo dejaste.</translation>
     </message>
     <message>
         <source>No program to share with is installed</source>
-        <translation type="unfinished"></translation>
+        <translation>No hay ningún programa instalado con el que compartir</translation>
     </message>
     <message>
         <source>Choose a destination folder</source>
-        <translation type="unfinished"></translation>
+        <translation>Elige una carpeta de destino</translation>
     </message>
     <message>
         <source>Move Here</source>
-        <translation type="unfinished"></translation>
+        <translation>Mover aquí</translation>
     </message>
 </context>
 <context>
@@ -545,7 +563,7 @@ You don&apos;t have to keep this file — it&apos;s only here for the demonstrat
     <name>dowsel::TimeInputView</name>
     <message>
         <source>e.g. 2h, 30 min, 1d 4h</source>
-        <translation type="unfinished"></translation>
+        <translation>p. ej., 2h, 30 min, 1d 4h</translation>
     </message>
 </context>
 <context>
