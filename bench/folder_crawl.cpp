@@ -12,6 +12,8 @@
 #include <QByteArray>
 #include <QTemporaryDir>
 
+#include "bench/BenchArgs.h"
+
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -68,30 +70,14 @@ void generateTree(const std::string &home)
     }
 }
 
-bool takeFlag(int &argc, char **argv, const char *name, std::string *value = nullptr)
-{
-    const std::size_t length = std::strlen(name);
-    for (int i = 1; i < argc; ++i) {
-        if (std::strncmp(argv[i], name, length) != 0 || (argv[i][length] != '\0' && argv[i][length] != '='))
-            continue;
-        if (value && argv[i][length] == '=')
-            *value = argv[i] + length + 1;
-        for (int j = i; j + 1 < argc; ++j)
-            argv[j] = argv[j + 1];
-        --argc;
-        return true;
-    }
-    return false;
-}
-
 } // namespace
 
 int main(int argc, char **argv)
 {
     std::string tree;
-    takeFlag(argc, argv, "--tree", &tree);
-    const bool generateOnly = takeFlag(argc, argv, "--generate-only");
-    const bool list = takeFlag(argc, argv, "--list");
+    bench::takeFlag(argc, argv, "--tree", &tree);
+    const bool generateOnly = bench::takeFlag(argc, argv, "--generate-only");
+    const bool list = bench::takeFlag(argc, argv, "--list");
 
     QTemporaryDir temporary;
     if (tree.empty())

@@ -7,6 +7,8 @@
 
 #include "move/FolderMatch.h"
 
+#include "bench/BenchArgs.h"
+
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -68,29 +70,14 @@ void registerPreparation(const char *name, qsizetype count)
     })->Unit(benchmark::kMillisecond)->UseRealTime();
 }
 
-bool takeValue(int &argc, char **argv, const char *name, std::string &value)
-{
-    const std::size_t length = std::strlen(name);
-    for (int i = 1; i < argc; ++i) {
-        if (std::strncmp(argv[i], name, length) != 0 || argv[i][length] != '=')
-            continue;
-        value = argv[i] + length + 1;
-        for (int j = i; j + 1 < argc; ++j)
-            argv[j] = argv[j + 1];
-        --argc;
-        return true;
-    }
-    return false;
-}
-
 } // namespace
 
 int main(int argc, char **argv)
 {
     std::string file;
     std::string count = "100000";
-    takeValue(argc, argv, "--count", count);
-    if (takeValue(argc, argv, "--write", file)) {
+    bench::takeFlag(argc, argv, "--count", &count);
+    if (bench::takeFlag(argc, argv, "--write", &file) && !file.empty()) {
         FILE *out = std::fopen(file.c_str(), "w");
         if (!out)
             return 1;
