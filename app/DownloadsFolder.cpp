@@ -47,7 +47,7 @@ DownloadsListing listDownloads(const QByteArray &folder)
         const auto status = statPath(path);
         if (!status)
             continue; // gone since it was listed
-        listing.snapshots.push_back({status->inode, path, name, status->isDirectory ? 0 : status->size});
+        listing.snapshots.push_back({status->identity(), path, name, status->isDirectory ? 0 : status->size});
     }
     return listing;
 }

@@ -15,9 +15,15 @@ EventCoalescer::~EventCoalescer()
 void EventCoalescer::add(std::vector<FileEvent> events)
 {
     for (FileEvent &event : events) {
-        if (!m_pending.empty() && m_pending.back().path == event.path && m_pending.back().inode == event.inode)
-            m_pending.back().flags |= event.flags;
-        else
+        if (!m_pending.empty() && m_pending.back().path == event.path && m_pending.back().inode == event.inode
+            && m_pending.back().guard == event.guard) {
+            FileEvent &merged = m_pending.back();
+            // "Closed after write" tells the last word of the writer: a write after the close
+            // takes it back.
+            if (event.flags.contains(FSEventFlags::modified) && !event.flags.contains(FSEventFlags::closedAfterWrite))
+                merged.flags = merged.flags.subtracting(FSEventFlags::closedAfterWrite);
+            merged.flags |= event.flags;
+        } else
             m_pending.push_back(std::move(event));
     }
     if (m_pending.empty() || m_flushTimer != Scheduler::invalidTimer)

@@ -9,11 +9,13 @@ namespace dowsel {
 
 QString flagDescription(FSEventFlags flags)
 {
-    static const std::array<std::pair<FSEventFlags, const char *>, 7> names{{
+    static const std::array<std::pair<FSEventFlags, const char *>, 9> names{{
         {FSEventFlags::created, "created"},
         {FSEventFlags::removed, "removed"},
         {FSEventFlags::renamed, "renamed"},
         {FSEventFlags::modified, "modified"},
+        {FSEventFlags::closedAfterWrite, "closedAfterWrite"},
+        {FSEventFlags::metadataChanged, "metadataChanged"},
         {FSEventFlags::isFile, "isFile"},
         {FSEventFlags::isDir, "isDir"},
         {FSEventFlags::mustScan, "mustScan"},

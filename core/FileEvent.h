@@ -22,6 +22,10 @@ struct FSEventFlags {
     static constexpr std::uint32_t modifiedBit = 0x00001000;
     static constexpr std::uint32_t isFileBit = 0x00010000;
     static constexpr std::uint32_t isDirBit = 0x00020000;
+    // Linux only: an attribute change (tags, times, mode) is not a change of the content, and
+    // a writer closing the file tells that it is done with it.
+    static constexpr std::uint32_t metadataChangedBit = 0x00000400;
+    static constexpr std::uint32_t closedAfterWriteBit = 0x01000000;
 
     static const FSEventFlags mustScan;
     static const FSEventFlags created;
@@ -30,6 +34,8 @@ struct FSEventFlags {
     static const FSEventFlags modified;
     static const FSEventFlags isFile;
     static const FSEventFlags isDir;
+    static const FSEventFlags metadataChanged;
+    static const FSEventFlags closedAfterWrite;
 
     constexpr FSEventFlags() = default;
     constexpr explicit FSEventFlags(std::uint32_t raw) : rawValue(raw) { }
@@ -59,6 +65,8 @@ inline constexpr FSEventFlags FSEventFlags::renamed{FSEventFlags::renamedBit};
 inline constexpr FSEventFlags FSEventFlags::modified{FSEventFlags::modifiedBit};
 inline constexpr FSEventFlags FSEventFlags::isFile{FSEventFlags::isFileBit};
 inline constexpr FSEventFlags FSEventFlags::isDir{FSEventFlags::isDirBit};
+inline constexpr FSEventFlags FSEventFlags::metadataChanged{FSEventFlags::metadataChangedBit};
+inline constexpr FSEventFlags FSEventFlags::closedAfterWrite{FSEventFlags::closedAfterWriteBit};
 
 // The names of the members present, in a fixed order, joined with ", " ("created, isFile").
 QString flagDescription(FSEventFlags flags);
@@ -69,6 +77,7 @@ struct FileEvent {
     std::uint64_t inode = 0; // 0 when unknown
     FSEventFlags flags;
     Date timestamp = 0; // when the monitor delivered the batch holding this event
+    std::int64_t guard = 0; // the inode's guard (FileIdentity), 0 when unknown
 };
 
 } // namespace dowsel

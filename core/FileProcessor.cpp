@@ -1,6 +1,7 @@
 #include "core/FileProcessor.h"
 
 #include "core/ByteCount.h"
+#include "core/DownloadCompletion.h"
 #include "core/Logging.h"
 #include "core/PosixFiles.h"
 #include "core/Tags.h"
@@ -14,7 +15,8 @@ namespace dowsel {
 namespace {
 
 const std::array<QByteArray, 2> ignoredNames{".DS_Store", ".localized"};
-const std::array<QByteArray, 3> partialDownloadExtensions{"crdownload", "part", "download"};
+// aria2's control file sits beside its download until the download is complete.
+const std::array<QByteArray, 4> partialDownloadExtensions{"crdownload", "part", "download", "aria2"};
 
 QString number(std::uint64_t value)
 {
@@ -66,6 +68,8 @@ FileProcessor::~FileProcessor()
         m_events->setConsumer(nullptr, {});
     for (const PendingRemoval &pending : std::as_const(m_pendingRemovals))
         m_scheduler.cancel(pending.task);
+    for (const PendingOffer &offer : std::as_const(m_pendingOffers))
+        m_scheduler.cancel(offer.quiet);
 }
 
 void FileProcessor::start(std::shared_ptr<FileEventStream> events)
@@ -104,9 +108,12 @@ void FileProcessor::handle(const FileEvent &event)
     const QByteArray parent = parentPath(event.path);
     if (parent != m_downloadsPath) {
         // Something happened inside a direct subfolder: that may make a held-back folder a
-        // download. Anything deeper is none of our business.
-        if (parentPath(parent) == m_downloadsPath)
+        // download, or tell that a folder being filled is not finished yet. Anything deeper
+        // is none of our business.
+        if (parentPath(parent) == m_downloadsPath) {
             insertRetroactiveFolder(parent);
+            notePendingWrite(parent, FSEventFlags{});
+        }
         return;
     }
     if (event.flags.contains(FSEventFlags::mustScan)) {
@@ -118,23 +125,43 @@ void FileProcessor::handle(const FileEvent &event)
     if (event.flags.contains(FSEventFlags::removed)) {
         // Removal wins over every other flag of the same event.
         m_locallyCreatedDirs.erase(event.inode);
-        handleRemoved(event.inode);
-        return;
+        if (const auto record = knownRecord(event, std::nullopt))
+            handleRemoved(*record);
+        else
+            qCDebug(lcProcessor).noquote()
+                << QStringLiteral("  REMOVED: untracked inode %1, ignoring").arg(number(event.inode));
+    } else {
+        const auto status = statPath(event.path);
+        if (const auto record = knownRecord(event, status))
+            handleKnownItem(event, name, *record);
+        else
+            handleNewItem(event, name, status);
     }
-    const std::uint64_t inode = event.inode;
-    if (ask([inode](TrackedFileStore &store) { return store.isTracked(inode); }))
-        handleKnownItem(event, name);
-    else
-        handleNewItem(event, name);
+    if (completion::isCompanionName(name))
+        recheckHeldByCompanions();
 }
 
-void FileProcessor::handleNewItem(const FileEvent &event, const QByteArray &name)
+std::optional<TrackedFile> FileProcessor::knownRecord(const FileEvent &event, const std::optional<FileStatus> &status)
+{
+    if (status && status->inode == event.inode) {
+        const FileIdentity identity = status->identity();
+        return ask([identity](TrackedFileStore &store) { return store.recordFor(identity); });
+    }
+    // The item has left the path: the monitor's memory of it (the guard it had) decides.
+    const std::uint64_t inode = event.inode;
+    auto record = ask([inode](TrackedFileStore &store) { return store.recordForInode(inode); });
+    if (record && event.guard != 0 && record->identityGuard != event.guard)
+        return std::nullopt; // the record is of an earlier file with that number
+    return record;
+}
+
+void FileProcessor::handleNewItem(const FileEvent &event, const QByteArray &name,
+                                  const std::optional<FileStatus> &status)
 {
     if (isIgnorableName(name)) {
         qCDebug(lcProcessor).noquote() << QStringLiteral("  SKIP: ignored name ") + displayText(name);
         return;
     }
-    const auto status = statPath(event.path);
     if (!status) {
         qCDebug(lcProcessor).noquote() << QStringLiteral("  SKIP: lstat failed for ") + displayText(event.path);
         return;
@@ -165,30 +192,36 @@ void FileProcessor::handleNewItem(const FileEvent &event, const QByteArray &name
         }
         m_locallyCreatedDirs.erase(event.inode);
     }
-    insertOrReplace(event.inode, event.path, name, size, status->isDirectory);
+    insertOrReplace(status->identity(), event.path, name, size, status->isDirectory, event.flags);
 }
 
-void FileProcessor::insertOrReplace(std::uint64_t inode, const QByteArray &path, const QByteArray &name,
-                                    std::int64_t size, bool isFolder)
+void FileProcessor::insertOrReplace(const FileIdentity &identity, const QByteArray &path, const QByteArray &name,
+                                    std::int64_t size, bool isFolder, FSEventFlags flags)
 {
-    const auto active = ask([path](TrackedFileStore &store) { return store.activeInode(path); });
-    if (active && *active != inode) {
-        // Replaced in place, as a safe save does: the record moves to the new inode and keeps
-        // its state and expiry. It was announced before, so no callback.
-        const std::uint64_t oldInode = *active;
+    const auto active = ask([path](TrackedFileStore &store) { return store.activeIdentity(path); });
+    if (active && *active != identity) {
+        // Replaced in place, as a safe save does: the record moves to the new file and keeps
+        // its state and expiry. It was announced before, so no callback; unless it was still
+        // waiting for its writer (Firefox renames the finished download over its placeholder).
+        const FileIdentity old = *active;
         if (const auto pending = m_pendingRemovals.constFind(path); pending != m_pendingRemovals.constEnd()) {
             m_scheduler.cancel(pending->task);
             m_pendingRemovals.erase(pending);
         }
-        ask([=](TrackedFileStore &store) { store.replaceInode(oldInode, inode, path, name, size); });
+        ask([=](TrackedFileStore &store) { store.replaceIdentity(old, identity, path, name, size); });
         qCDebug(lcProcessor).noquote() << QStringLiteral("  REPLACED: ") + displayText(name)
-                + QStringLiteral(" inode %1 → %2").arg(number(oldInode), number(inode));
+                + QStringLiteral(" inode %1 → %2").arg(number(old.inode), number(identity.inode));
+        if (const auto offer = m_pendingOffers.find(path); offer != m_pendingOffers.end() && offer->identity == old) {
+            const RecordId id = offer->id;
+            dropPendingOffer(path);
+            offerWhenComplete(id, identity, path, flags);
+        }
         return;
     }
-    const RecordId id = ask([=](TrackedFileStore &store) { return store.insertNew(inode, path, name, size); });
+    const RecordId id = ask([=](TrackedFileStore &store) { return store.insertNew(identity, path, name, size); });
     qCDebug(lcProcessor).noquote() << QStringLiteral("  INSERTED: ") + displayText(name) + QStringLiteral(" (")
             + (isFolder ? QStringLiteral("folder") : formatByteCount(size)) + QStringLiteral(")");
-    announce(id);
+    offerWhenComplete(id, identity, path, isFolder ? flags | FSEventFlags::closedAfterWrite : flags);
 }
 
 bool FileProcessor::holdsOnlyPlaceholders(const QByteArray &folder)
@@ -197,24 +230,28 @@ bool FileProcessor::holdsOnlyPlaceholders(const QByteArray &folder)
     return !names || std::all_of(names->begin(), names->end(), isIgnorableName);
 }
 
-void FileProcessor::handleKnownItem(const FileEvent &event, const QByteArray &name)
+void FileProcessor::handleKnownItem(const FileEvent &event, const QByteArray &name, const TrackedFile &record)
 {
-    const std::uint64_t inode = event.inode;
+    const FileIdentity identity = record.identity();
     if (!event.flags.contains(FSEventFlags::renamed)) {
-        qCDebug(lcProcessor).noquote() << QStringLiteral("  SKIP: already tracked (inode %1)").arg(number(inode));
-        if (const auto status = statPath(event.path); status && status->inode == inode && status->isRegularFile)
-            m_store.send([inode, size = status->size](TrackedFileStore &store) { store.updateSize(inode, size); });
+        qCDebug(lcProcessor).noquote()
+            << QStringLiteral("  SKIP: already tracked (inode %1)").arg(number(identity.inode));
+        if (const auto status = statPath(event.path);
+            status && status->identity() == identity && status->isRegularFile) {
+            m_store.send([identity, size = status->size](TrackedFileStore &store) { store.updateSize(identity, size); });
+        }
+        notePendingWrite(event.path, event.flags);
         return;
     }
     QByteArray newPath;
-    if (const auto status = statPath(event.path); status && status->inode == inode) {
+    if (const auto status = statPath(event.path); status && status->identity() == identity) {
         newPath = event.path;
-    } else if (auto found = findPath(inode)) {
+    } else if (auto found = findPath(identity)) {
         newPath = std::move(*found);
     } else {
         qCDebug(lcProcessor).noquote() << QStringLiteral("  TRACKED+RENAMED, no longer in Downloads — deferring: ")
                 + displayText(name);
-        handleRemoved(inode);
+        handleRemoved(record);
         return;
     }
     const QByteArray newName = fileNameOf(newPath);
@@ -226,54 +263,63 @@ void FileProcessor::handleKnownItem(const FileEvent &event, const QByteArray &na
     if (isIgnorableName(newName)) {
         qCDebug(lcProcessor).noquote() << QStringLiteral("  TRACKED+RENAMED to ignored name, removing: ")
                 + displayText(newName);
-        ask([inode](TrackedFileStore &store) { store.removeRecordForInode(inode); });
+        dropPendingOffer(record.filePath);
+        ask([identity](TrackedFileStore &store) { store.removeRecordFor(identity); });
         return;
     }
     qCDebug(lcProcessor).noquote() << QStringLiteral("  TRACKED+RENAMED, updating path: ") + displayText(newName);
-    ask([=](TrackedFileStore &store) { store.updatePath(inode, newPath, newName); });
+    ask([=](TrackedFileStore &store) { store.updatePath(identity, newPath, newName); });
+    if (newPath != record.filePath) {
+        if (const auto offer = m_pendingOffers.constFind(record.filePath); offer != m_pendingOffers.constEnd()) {
+            const PendingOffer moved = *offer;
+            m_pendingOffers.erase(offer);
+            m_pendingOffers.insert(newPath, moved);
+        }
+    }
 }
 
-std::optional<QByteArray> FileProcessor::findPath(std::uint64_t inode) const
+std::optional<QByteArray> FileProcessor::findPath(const FileIdentity &identity) const
 {
     const auto names = listDirectory(m_downloadsPath);
     if (!names)
         return std::nullopt;
     for (const QByteArray &name : *names) {
         QByteArray candidate = joinPath(m_downloadsPath, name);
-        if (const auto status = statPath(candidate); status && status->inode == inode)
+        if (const auto status = statPath(candidate); status && status->identity() == identity)
             return candidate;
     }
     return std::nullopt;
 }
 
-void FileProcessor::handleRemoved(std::uint64_t inode)
+void FileProcessor::handleRemoved(const TrackedFile &record)
 {
-    const auto record = ask([inode](TrackedFileStore &store) { return store.recordForInode(inode); });
-    if (!record) {
-        qCDebug(lcProcessor).noquote() << QStringLiteral("  REMOVED: untracked inode %1, ignoring").arg(number(inode));
-        return;
-    }
-    const QByteArray path = record->filePath;
+    const FileIdentity identity = record.identity();
+    const QByteArray path = record.filePath;
     if (const auto older = m_pendingRemovals.constFind(path); older != m_pendingRemovals.constEnd()) {
         m_scheduler.cancel(older->task);
-        if (const std::uint64_t olderInode = older->inode; olderInode != inode)
-            ask([olderInode](TrackedFileStore &store) { store.removeRecordForInode(olderInode); });
+        if (const FileIdentity olderIdentity = older->identity; olderIdentity != identity)
+            ask([olderIdentity](TrackedFileStore &store) { store.removeRecordFor(olderIdentity); });
     }
-    qCDebug(lcProcessor).noquote() << QStringLiteral("  REMOVED: deferring cleanup for inode %1 at ").arg(number(inode))
+    qCDebug(lcProcessor).noquote() << QStringLiteral("  REMOVED: deferring cleanup for inode %1 at ")
+                                          .arg(number(identity.inode))
             + displayText(path);
-    const auto task = m_scheduler.scheduleAfter(removalDelay, m_executor,
-                                                m_lifetime.guard([this, inode, path] { commitRemoval(inode, path); }));
-    m_pendingRemovals.insert(path, PendingRemoval{inode, task});
+    const auto task = m_scheduler.scheduleAfter(
+        removalDelay, m_executor, m_lifetime.guard([this, identity, path] { commitRemoval(identity, path); }));
+    m_pendingRemovals.insert(path, PendingRemoval{identity, task});
 }
 
-void FileProcessor::commitRemoval(std::uint64_t inode, const QByteArray &path)
+void FileProcessor::commitRemoval(const FileIdentity &identity, const QByteArray &path)
 {
     const auto pending = m_pendingRemovals.constFind(path);
-    if (pending == m_pendingRemovals.constEnd() || pending->inode != inode)
+    if (pending == m_pendingRemovals.constEnd() || pending->identity != identity)
         return; // superseded by a replacement or a newer removal
     m_pendingRemovals.erase(pending);
-    qCDebug(lcProcessor).noquote() << QStringLiteral("  Committing deferred removal for inode %1").arg(number(inode));
-    ask([inode](TrackedFileStore &store) { store.removeRecordForInode(inode); });
+    if (const auto offer = m_pendingOffers.constFind(path); offer != m_pendingOffers.constEnd()
+        && offer->identity == identity)
+        dropPendingOffer(path);
+    qCDebug(lcProcessor).noquote()
+        << QStringLiteral("  Committing deferred removal for inode %1").arg(number(identity.inode));
+    ask([identity](TrackedFileStore &store) { store.removeRecordFor(identity); });
 }
 
 void FileProcessor::insertRetroactiveFolder(const QByteArray &folder)
@@ -281,18 +327,18 @@ void FileProcessor::insertRetroactiveFolder(const QByteArray &folder)
     const auto status = statPath(folder);
     if (!status || !status->isDirectory)
         return;
-    const std::uint64_t inode = status->inode;
-    if (m_locallyCreatedDirs.erase(inode) == 0)
+    if (m_locallyCreatedDirs.erase(status->inode) == 0)
         return; // only folders that were held back as empty
-    if (ask([inode](TrackedFileStore &store) { return store.isTracked(inode); }))
+    const FileIdentity identity = status->identity();
+    if (ask([identity](TrackedFileStore &store) { return store.isTracked(identity); }))
         return;
     const QByteArray name = fileNameOf(folder);
     if (isIgnorableName(name))
         return;
-    const RecordId id = ask([=](TrackedFileStore &store) { return store.insertNew(inode, folder, name, 0); });
+    const RecordId id = ask([=](TrackedFileStore &store) { return store.insertNew(identity, folder, name, 0); });
     qCDebug(lcProcessor).noquote() << QStringLiteral("  INSERTED (retroactive): ") + displayText(name)
             + QStringLiteral(" (folder, had children arrive)");
-    announce(id);
+    offerWhenComplete(id, identity, folder, {FSEventFlags::created, FSEventFlags::closedAfterWrite});
 }
 
 void FileProcessor::rescan()
@@ -309,19 +355,123 @@ void FileProcessor::rescan()
         const auto status = statPath(path);
         if (!status || !(status->isRegularFile || status->isDirectory))
             continue;
-        const std::uint64_t inode = status->inode;
-        if (ask([inode](TrackedFileStore &store) { return store.isTracked(inode); }))
+        const FileIdentity identity = status->identity();
+        if (ask([identity](TrackedFileStore &store) { return store.isTracked(identity); }))
             continue;
         const std::int64_t size = status->isDirectory ? 0 : status->size;
-        const RecordId id = ask([=](TrackedFileStore &store) { return store.insertNew(inode, path, name, size); });
+        const RecordId id = ask([=](TrackedFileStore &store) { return store.insertNew(identity, path, name, size); });
         qCDebug(lcProcessor).noquote() << QStringLiteral("Tracked (rescan): ") + displayText(name);
-        announce(id);
+        // Its writer's close may have been among the lost events: a file that stays as it is
+        // over the quiet period counts as finished.
+        offerWhenComplete(id, identity, path, {FSEventFlags::created, FSEventFlags::closedAfterWrite});
+    }
+}
+
+void FileProcessor::offerWhenComplete(RecordId id, const FileIdentity &identity, const QByteArray &path,
+                                      FSEventFlags flags)
+{
+    if (id == 0)
+        return; // a failed insert has no record to show
+    dropPendingOffer(path);
+    PendingOffer offer;
+    offer.id = id;
+    offer.identity = identity;
+    // A file moved into place was finished where it was written (Chromium's .crdownload,
+    // rsync's hidden temporary, Firefox's .part): it is offered at once.
+    const bool arrivedWhole = flags.contains(FSEventFlags::renamed) && !flags.contains(FSEventFlags::created);
+    offer.closed = arrivedWhole || flags.contains(FSEventFlags::closedAfterWrite);
+    m_pendingOffers.insert(path, offer);
+    if (arrivedWhole) {
+        if (const auto status = statPath(path))
+            m_pendingOffers[path].seen = *status;
+        checkPending(path);
+    } else {
+        startQuietPeriod(path);
+    }
+}
+
+void FileProcessor::notePendingWrite(const QByteArray &path, FSEventFlags flags)
+{
+    const auto offer = m_pendingOffers.find(path);
+    if (offer == m_pendingOffers.end())
+        return;
+    if (flags.contains(FSEventFlags::modified))
+        offer->closed = flags.contains(FSEventFlags::closedAfterWrite);
+    startQuietPeriod(path);
+}
+
+void FileProcessor::startQuietPeriod(const QByteArray &path)
+{
+    const auto offer = m_pendingOffers.find(path);
+    if (offer == m_pendingOffers.end())
+        return;
+    m_scheduler.cancel(offer->quiet);
+    if (const auto status = statPath(path))
+        offer->seen = *status;
+    // Without its writer's close, a file that no write touched for a long while is taken as
+    // finished too: a writer may have closed it before the watch began.
+    const Seconds wait = offer->closed ? completion::quietPeriod : stalledWriterWait;
+    const std::uint64_t ticket = ++m_offerTickets;
+    offer->ticket = ticket;
+    offer->quiet = m_scheduler.scheduleAfter(wait, m_executor, m_lifetime.guard([this, path, ticket] {
+        const auto current = m_pendingOffers.constFind(path);
+        if (current != m_pendingOffers.constEnd() && current->ticket == ticket)
+            checkPending(path);
+    }));
+}
+
+void FileProcessor::checkPending(const QByteArray &path)
+{
+    const auto offer = m_pendingOffers.find(path);
+    if (offer == m_pendingOffers.end())
+        return;
+    const auto status = statPath(path);
+    if (!status || status->identity() != offer->identity)
+        return; // gone or replaced: the removal or the replacement decides
+    if (status->size != offer->seen.size || status->modifiedNs != offer->seen.modifiedNs) {
+        startQuietPeriod(path); // written to since: wait again
+        return;
+    }
+    if (const auto companion = completion::pendingCompanion(path, *status)) {
+        qCDebug(lcProcessor).noquote() << QStringLiteral("  HELD: ") + displayText(fileNameOf(path))
+                + QStringLiteral(" until ") + displayText(fileNameOf(*companion)) + QStringLiteral(" is gone");
+        offer->heldByCompanion = true;
+        return;
+    }
+    const RecordId id = offer->id;
+    const FileIdentity identity = offer->identity;
+    dropPendingOffer(path);
+    if (status->isRegularFile)
+        ask([identity, size = status->size](TrackedFileStore &store) { store.updateSize(identity, size); });
+    qCDebug(lcProcessor).noquote() << QStringLiteral("  COMPLETE: ") + displayText(fileNameOf(path));
+    announce(id);
+}
+
+void FileProcessor::recheckHeldByCompanions()
+{
+    QList<QByteArray> held;
+    for (auto offer = m_pendingOffers.cbegin(); offer != m_pendingOffers.cend(); ++offer) {
+        if (offer->heldByCompanion)
+            held.append(offer.key());
+    }
+    for (const QByteArray &path : held) {
+        if (const auto offer = m_pendingOffers.find(path); offer != m_pendingOffers.end()) {
+            offer->heldByCompanion = false;
+            startQuietPeriod(path);
+        }
+    }
+}
+
+void FileProcessor::dropPendingOffer(const QByteArray &path)
+{
+    if (const auto offer = m_pendingOffers.constFind(path); offer != m_pendingOffers.constEnd()) {
+        m_scheduler.cancel(offer->quiet);
+        m_pendingOffers.erase(offer);
     }
 }
 
 void FileProcessor::announce(RecordId id)
 {
-    // A failed insert has no record to show.
     if (id != 0 && m_onNewFile)
         m_onNewFile(id);
 }

@@ -3,6 +3,7 @@
 #include "core/FileEvent.h"
 #include "core/FileEventStream.h"
 #include "core/Lifetime.h"
+#include "core/PosixFiles.h"
 #include "core/TrackedFileStore.h"
 #include "platform/Time.h"
 
@@ -20,7 +21,9 @@ class Executor;
 // Turns the monitor's file events into tracked files: announces every new download exactly
 // once, follows renames, lets a safe save (new file renamed over the old one) keep its
 // record, skips partial downloads, hidden files and sandboxed apps' temporary saves, and
-// forgets items that left Downloads. An item's identity is its inode, never its path.
+// forgets items that left Downloads. An item is named by its identity (inode and the guard
+// against the inode's reuse), never by its path. A file is recorded when it appears and
+// offered once its writer is done with it (see DownloadCompletion.h).
 //
 // Runs on its own serial executor (a WorkerThread in the app), one event at a time, in order.
 // It waits for the store's answers there, so the store must live on another executor.
@@ -35,6 +38,9 @@ public:
     // A removal waits this long on the continuous clock, so that the new file of a safe save
     // can take the record over first.
     static constexpr Seconds removalDelay = 1.5;
+    // A file written in place whose writer was never seen closing it is offered after this
+    // long without a write.
+    static constexpr Seconds stalledWriterWait = 30;
 
     FileProcessor(TrackedFileActor &store, QByteArray downloadsPath, Scheduler &scheduler, Executor &executor,
                   NewFileCallback onNewFile);
@@ -55,21 +61,40 @@ public:
 
 private:
     struct PendingRemoval {
-        std::uint64_t inode = 0;
+        FileIdentity identity;
         Scheduler::TimerId task = Scheduler::invalidTimer;
     };
+    // A recorded item whose writer may not be done yet; keyed by the item's path.
+    struct PendingOffer {
+        RecordId id = 0;
+        FileIdentity identity;
+        bool closed = false; // the last word of its writer was a close
+        FileStatus seen; // what the file looked like when the quiet period began
+        bool heldByCompanion = false; // a sibling file says more is coming
+        Scheduler::TimerId quiet = Scheduler::invalidTimer;
+        std::uint64_t ticket = 0; // the current quiet timer's; an older one that fires acts not
+    };
 
-    void handleNewItem(const FileEvent &event, const QByteArray &name);
-    void handleKnownItem(const FileEvent &event, const QByteArray &name);
-    void insertOrReplace(std::uint64_t inode, const QByteArray &path, const QByteArray &name, std::int64_t size,
-                         bool isFolder);
-    void handleRemoved(std::uint64_t inode);
-    void commitRemoval(std::uint64_t inode, const QByteArray &path);
+    std::optional<TrackedFile> knownRecord(const FileEvent &event, const std::optional<FileStatus> &status);
+    void handleNewItem(const FileEvent &event, const QByteArray &name, const std::optional<FileStatus> &status);
+    void handleKnownItem(const FileEvent &event, const QByteArray &name, const TrackedFile &record);
+    void insertOrReplace(const FileIdentity &identity, const QByteArray &path, const QByteArray &name,
+                         std::int64_t size, bool isFolder, FSEventFlags flags);
+    void handleRemoved(const TrackedFile &record);
+    void commitRemoval(const FileIdentity &identity, const QByteArray &path);
     void insertRetroactiveFolder(const QByteArray &folder);
     void rescan();
-    std::optional<QByteArray> findPath(std::uint64_t inode) const;
+    std::optional<QByteArray> findPath(const FileIdentity &identity) const;
     static bool holdsOnlyPlaceholders(const QByteArray &folder);
     void announce(RecordId id);
+
+    // Offers the record now if its writer is done, else once it is.
+    void offerWhenComplete(RecordId id, const FileIdentity &identity, const QByteArray &path, FSEventFlags flags);
+    void notePendingWrite(const QByteArray &path, FSEventFlags flags);
+    void startQuietPeriod(const QByteArray &path);
+    void checkPending(const QByteArray &path);
+    void recheckHeldByCompanions();
+    void dropPendingOffer(const QByteArray &path);
 
     // Waits for the store's answer; the processor's own work stays in order.
     template <class F> auto ask(F work) { return m_store.call(std::move(work)).get(); }
@@ -82,6 +107,8 @@ private:
     std::shared_ptr<FileEventStream> m_events;
     std::unordered_set<std::uint64_t> m_locallyCreatedDirs; // empty folders not announced yet
     QHash<QByteArray, PendingRemoval> m_pendingRemovals; // by path
+    QHash<QByteArray, PendingOffer> m_pendingOffers; // by path
+    std::uint64_t m_offerTickets = 0;
     Lifetime m_lifetime;
 };
 

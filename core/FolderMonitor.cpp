@@ -15,7 +15,7 @@ namespace {
 constexpr std::uint32_t rootMask = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_MODIFY | IN_CLOSE_WRITE
     | IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR | IN_EXCL_UNLINK;
 // One level down only arrivals matter: they are what makes a held-back empty folder a download.
-constexpr std::uint32_t subfolderMask = IN_CREATE | IN_MOVED_TO | IN_ONLYDIR | IN_EXCL_UNLINK;
+constexpr std::uint32_t subfolderMask = IN_CREATE | IN_MOVED_TO | IN_CLOSE_WRITE | IN_ONLYDIR | IN_EXCL_UNLINK;
 
 QByteArray withoutTrailingSlashes(QByteArray path)
 {
@@ -87,7 +87,7 @@ void FolderMonitor::stopWatching()
     m_rootWatch = -1;
     m_folderOfWatch.clear();
     m_watchOfFolder.clear();
-    m_inodeOfItem.clear();
+    m_identityOfItem.clear();
     m_isWatching = false;
     m_missedEvents = true;
 }
@@ -128,6 +128,12 @@ void FolderMonitor::handleBatch(std::uint64_t generation, const std::vector<Inot
     m_coalescer.add(std::move(events));
 }
 
+void FolderMonitor::setIdentity(FileEvent &event, const FileIdentity &identity)
+{
+    event.inode = identity.inode;
+    event.guard = identity.guard;
+}
+
 std::optional<FileEvent> FolderMonitor::translate(const InotifyEvent &raw)
 {
     const auto folder = m_folderOfWatch.constFind(raw.watch);
@@ -145,24 +151,28 @@ std::optional<FileEvent> FolderMonitor::translate(const InotifyEvent &raw)
     // treats it as removed. Calling it "removed" here would lose renames within the folder.
     if (raw.mask & (IN_MOVED_FROM | IN_MOVED_TO))
         event.flags |= FSEventFlags::renamed;
-    if (raw.mask & (IN_MODIFY | IN_CLOSE_WRITE | IN_ATTRIB))
+    if (raw.mask & (IN_MODIFY | IN_CLOSE_WRITE))
         event.flags |= FSEventFlags::modified;
+    if (raw.mask & IN_CLOSE_WRITE)
+        event.flags |= FSEventFlags::closedAfterWrite;
+    if (raw.mask & IN_ATTRIB)
+        event.flags |= FSEventFlags::metadataChanged;
 
     if (raw.mask & (IN_DELETE | IN_MOVED_FROM)) {
         if (topLevel) {
-            event.inode = m_inodeOfItem.take(event.path);
+            setIdentity(event, m_identityOfItem.take(event.path));
             if (raw.mask & IN_ISDIR)
                 unwatchSubfolder(event.path);
         }
     } else if (const auto status = statPath(event.path)) {
-        event.inode = status->inode;
+        setIdentity(event, status->identity());
         if (topLevel) {
-            m_inodeOfItem.insert(event.path, status->inode);
+            m_identityOfItem.insert(event.path, status->identity());
             if (status->isDirectory && (raw.mask & (IN_CREATE | IN_MOVED_TO)))
                 watchSubfolder(event.path);
         }
     } else if (topLevel) {
-        event.inode = m_inodeOfItem.value(event.path);
+        setIdentity(event, m_identityOfItem.value(event.path));
     }
     return event;
 }
@@ -175,7 +185,7 @@ void FolderMonitor::rememberTopLevel()
     for (const QByteArray &name : *names) {
         const QByteArray item = joinPath(m_path, name);
         if (const auto status = statPath(item)) {
-            m_inodeOfItem.insert(item, status->inode);
+            m_identityOfItem.insert(item, status->identity());
             if (status->isDirectory)
                 watchSubfolder(item);
         }

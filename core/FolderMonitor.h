@@ -2,6 +2,7 @@
 
 #include "core/EventCoalescer.h"
 #include "core/FileEventStream.h"
+#include "core/FileIdentity.h"
 #include "core/Lifetime.h"
 #include "platform/Time.h"
 
@@ -55,6 +56,7 @@ private:
     void scheduleRetry();
     void handleBatch(std::uint64_t generation, const std::vector<InotifyEvent> &batch);
     std::optional<FileEvent> translate(const InotifyEvent &raw);
+    static void setIdentity(FileEvent &event, const FileIdentity &identity);
     void rememberTopLevel();
     void watchSubfolder(const QByteArray &folder);
     void unwatchSubfolder(const QByteArray &folder);
@@ -74,7 +76,7 @@ private:
     int m_rootWatch = -1;
     QHash<int, QByteArray> m_folderOfWatch;
     QHash<QByteArray, int> m_watchOfFolder;
-    QHash<QByteArray, std::uint64_t> m_inodeOfItem; // top-level items
+    QHash<QByteArray, FileIdentity> m_identityOfItem; // top-level items
     Scheduler::TimerId m_retryTimer = Scheduler::invalidTimer;
     bool m_missedEvents = false;
 

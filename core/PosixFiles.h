@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/FileIdentity.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -11,15 +13,25 @@
 
 namespace dowsel {
 
-// What lstat says about a path (the link itself, never its target).
+// What lstat says about a path (the link itself, never its target), with the guard that
+// makes the inode a name for this one file.
 struct FileStatus {
     std::uint64_t inode = 0;
     std::int64_t size = 0;
     bool isDirectory = false;
     bool isRegularFile = false;
+    std::int64_t guard = 0;
+    std::int64_t modifiedNs = 0; // st_mtime in nanoseconds
+    std::int64_t changedNs = 0; // st_ctime in nanoseconds
+
+    FileIdentity identity() const { return {inode, guard}; }
 };
 
 std::optional<FileStatus> statPath(const QByteArray &path);
+// The same for an open file.
+std::optional<FileStatus> statDescriptor(int fd);
+// The identity of what is at `path` now; none when nothing is there.
+std::optional<FileIdentity> identityAt(const QByteArray &path);
 
 // Entry names of a folder in the order the file system lists them, without "." and "..".
 // None when the folder cannot be listed.

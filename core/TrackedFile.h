@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/FileIdentity.h"
 #include "platform/Time.h"
 
 #include <QByteArray>
@@ -34,7 +35,9 @@ struct TrackedFile {
     std::optional<Date> markedTemporaryAt;
     std::optional<Date> expiresAt;
     std::int64_t fileSize = 0;
+    std::int64_t identityGuard = 0; // see FileIdentity
 
+    FileIdentity identity() const { return {inode, identityGuard}; }
     // No separate folder flag: size 0 with a path stands for a folder (an empty file too).
     bool isFolderLike() const { return fileSize == 0 && !filePath.isEmpty(); }
     QString sizeLabel() const; // "Folder" or the byte count, e.g. "12.3 MB"
@@ -44,7 +47,7 @@ struct TrackedFile {
 
 // One item found on disk by the start-up scan.
 struct DownloadFileSnapshot {
-    std::uint64_t inode = 0;
+    FileIdentity identity;
     QByteArray filePath;
     QByteArray fileName;
     std::int64_t fileSize = 0;

@@ -1,6 +1,7 @@
 #include "core/TrackedFileStore.h"
 
 #include "core/Logging.h"
+#include "core/PosixFiles.h"
 #include "core/Sqlite.h"
 #include "core/Tags.h"
 #include "expiry/ExpirySettings.h"
@@ -19,24 +20,46 @@ namespace dowsel {
 namespace {
 
 // AUTOINCREMENT: a record's id is never handed out again after the record is deleted, so a
-// timer or a toast still holding an old id can never reach a newer record.
-constexpr char createSchema[] = R"(
-CREATE TABLE tracked_file (
-    id INTEGER PRIMARY KEY AUTOINCREMENT,
-    inode INTEGER UNIQUE NOT NULL,
-    file_path TEXT NOT NULL,
-    file_name TEXT NOT NULL,
-    state TEXT NOT NULL DEFAULT 'unprocessed',
-    detected_at REAL NOT NULL,
-    marked_temporary_at REAL,
-    expires_at REAL,
-    file_size INTEGER NOT NULL DEFAULT 0
-);
-PRAGMA user_version = 1;
-)";
+// timer or a toast still holding an old id can never reach a newer record. A file is named
+// by its inode and the guard against the inode's reuse (FileIdentity).
+#define DOWSEL_TRACKED_FILE_COLUMNS \
+    "    id INTEGER PRIMARY KEY AUTOINCREMENT,\n" \
+    "    inode INTEGER NOT NULL,\n" \
+    "    file_path TEXT NOT NULL,\n" \
+    "    file_name TEXT NOT NULL,\n" \
+    "    state TEXT NOT NULL DEFAULT 'unprocessed',\n" \
+    "    detected_at REAL NOT NULL,\n" \
+    "    marked_temporary_at REAL,\n" \
+    "    expires_at REAL,\n" \
+    "    file_size INTEGER NOT NULL DEFAULT 0,\n" \
+    "    identity_guard INTEGER NOT NULL DEFAULT 0,\n" \
+    "    UNIQUE (inode, identity_guard)\n"
 
-constexpr char selectAll[] = "SELECT id, inode, file_path, file_name, state, detected_at, marked_temporary_at, "
-                             "expires_at, file_size FROM tracked_file ORDER BY id";
+constexpr char createSchema[] = "CREATE TABLE tracked_file (\n" DOWSEL_TRACKED_FILE_COLUMNS ");\n"
+                                "PRAGMA user_version = 2;";
+
+// Version 1 knew a file by its inode alone, unique in the table. The rows move to a table
+// whose uniqueness is on the pair; each guard is read from the file still at the row's path
+// with the row's inode, and stays 0 (matching no file that has a guard) where none is.
+constexpr char migrateFromVersion1[] =
+    "CREATE TABLE tracked_file_v2 (\n" DOWSEL_TRACKED_FILE_COLUMNS ");\n"
+    "INSERT INTO tracked_file_v2 (id, inode, file_path, file_name, state, detected_at, marked_temporary_at, "
+    "expires_at, file_size) SELECT id, inode, file_path, file_name, state, detected_at, marked_temporary_at, "
+    "expires_at, file_size FROM tracked_file;\n"
+    "CREATE TEMP TABLE old_sequence AS SELECT seq FROM sqlite_sequence WHERE name = 'tracked_file';\n"
+    "DROP TABLE tracked_file;\n"
+    "ALTER TABLE tracked_file_v2 RENAME TO tracked_file;\n"
+    "UPDATE sqlite_sequence SET seq = max(seq, coalesce((SELECT seq FROM old_sequence), 0)) "
+    "WHERE name = 'tracked_file';\n"
+    "DROP TABLE old_sequence;\n"
+    "PRAGMA user_version = 2;";
+#undef DOWSEL_TRACKED_FILE_COLUMNS
+
+#define DOWSEL_SELECT_RECORD                                                                                       \
+    "SELECT id, inode, file_path, file_name, state, detected_at, marked_temporary_at, expires_at, file_size, "     \
+    "identity_guard FROM tracked_file "
+
+constexpr char selectAll[] = DOWSEL_SELECT_RECORD "ORDER BY id";
 
 // Inodes are unsigned 64-bit; SQLite integers are signed. The bit pattern is stored.
 std::int64_t toColumn(std::uint64_t inode)
@@ -55,17 +78,42 @@ QString dateDescription(Date date)
         .toString(QStringLiteral("yyyy-MM-dd HH:mm:ss +0000"));
 }
 
+bool adoptGuards(sqlite::Database &db)
+{
+    std::vector<std::pair<std::int64_t, std::int64_t>> guards; // id, guard
+    auto rows = db.query("SELECT id, inode, file_path FROM tracked_file");
+    while (rows.step()) {
+        const auto identity = identityAt(rows.bytes(2));
+        if (identity && identity->inode == inodeFrom(rows.int64(1)) && identity->guard != 0)
+            guards.emplace_back(rows.int64(0), identity->guard);
+    }
+    if (!rows.ok())
+        return false;
+    for (const auto &[id, guard] : guards) {
+        auto update = db.query("UPDATE tracked_file SET identity_guard = ? WHERE id = ?");
+        if (!update.bind(1, guard).bind(2, id).run())
+            return false;
+    }
+    return true;
+}
+
 std::optional<QString> checkSchema(sqlite::Database &db)
 {
     const auto version = db.scalar("PRAGMA user_version");
     if (!version)
         return db.lastError();
-    if (*version == TrackedFileStore::schemaVersion) {
+    if (*version == 1) {
+        sqlite::Transaction transaction(db);
+        if (!db.exec(migrateFromVersion1) || !adoptGuards(db) || !transaction.commit())
+            return QStringLiteral("cannot upgrade the database: ") + db.lastError();
+        qCDebug(lcStore).noquote() << "upgraded the database to schema version 2";
+    }
+    if (db.scalar("PRAGMA user_version") == TrackedFileStore::schemaVersion) {
         if (db.scalar("SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name = 'tracked_file'") == 1)
             return std::nullopt;
         return QStringLiteral("the database has no tracked_file table");
     }
-    if (*version != 0)
+    if (*version != 0 && *version != 1)
         return QStringLiteral("unsupported schema version %1").arg(*version);
     // Version 0 is a database nobody set up yet; one that already holds tables belongs to
     // something else and is left alone.
@@ -145,6 +193,7 @@ std::vector<TrackedFile> TrackedFileStore::fetch(sqlite::Query &query)
         file.markedTemporaryAt = query.optionalReal(6);
         file.expiresAt = query.optionalReal(7);
         file.fileSize = query.int64(8);
+        file.identityGuard = query.int64(9);
         records.push_back(std::move(file));
     }
     if (!query.ok()) {
@@ -156,9 +205,18 @@ std::vector<TrackedFile> TrackedFileStore::fetch(sqlite::Query &query)
 
 std::optional<TrackedFile> TrackedFileStore::recordForInode(std::uint64_t inode)
 {
-    auto query = m_db->query("SELECT id, inode, file_path, file_name, state, detected_at, marked_temporary_at, "
-                             "expires_at, file_size FROM tracked_file WHERE inode = ?");
+    auto query = m_db->query(DOWSEL_SELECT_RECORD "WHERE inode = ? ORDER BY id");
     query.bind(1, toColumn(inode));
+    auto records = fetch(query);
+    if (records.empty())
+        return std::nullopt;
+    return std::move(records.front());
+}
+
+std::optional<TrackedFile> TrackedFileStore::recordFor(const FileIdentity &identity)
+{
+    auto query = m_db->query(DOWSEL_SELECT_RECORD "WHERE inode = ? AND identity_guard = ?");
+    query.bind(1, toColumn(identity.inode)).bind(2, identity.guard);
     auto records = fetch(query);
     if (records.empty())
         return std::nullopt;
@@ -167,8 +225,7 @@ std::optional<TrackedFile> TrackedFileStore::recordForInode(std::uint64_t inode)
 
 std::optional<TrackedFile> TrackedFileStore::record(RecordId id)
 {
-    auto query = m_db->query("SELECT id, inode, file_path, file_name, state, detected_at, marked_temporary_at, "
-                             "expires_at, file_size FROM tracked_file WHERE id = ?");
+    auto query = m_db->query(DOWSEL_SELECT_RECORD "WHERE id = ?");
     query.bind(1, std::int64_t(id));
     auto records = fetch(query);
     if (records.empty())
@@ -176,19 +233,18 @@ std::optional<TrackedFile> TrackedFileStore::record(RecordId id)
     return std::move(records.front());
 }
 
-bool TrackedFileStore::isTracked(std::uint64_t inode)
+bool TrackedFileStore::isTracked(const FileIdentity &identity)
 {
-    return recordForInode(inode).has_value();
+    return recordFor(identity).has_value();
 }
 
-std::optional<std::uint64_t> TrackedFileStore::activeInode(const QByteArray &path)
+std::optional<FileIdentity> TrackedFileStore::activeIdentity(const QByteArray &path)
 {
-    auto query = m_db->query("SELECT id, inode, file_path, file_name, state, detected_at, marked_temporary_at, "
-                             "expires_at, file_size FROM tracked_file WHERE file_path = ? ORDER BY id");
+    auto query = m_db->query(DOWSEL_SELECT_RECORD "WHERE file_path = ? ORDER BY id");
     query.bind(1, path);
     for (const TrackedFile &file : fetch(query)) {
         if (file.state != FileState::dismissed)
-            return file.inode;
+            return file.identity();
     }
     return std::nullopt;
 }
@@ -214,12 +270,12 @@ std::vector<TrackedFileStore::Expiry> TrackedFileStore::temporaryExpiries()
 std::vector<TrackedFileStore::ExpiredRecord> TrackedFileStore::fetchExpired()
 {
     const Date now = m_clock.now();
-    auto query = m_db->query("SELECT file_path, inode, id FROM tracked_file "
+    auto query = m_db->query("SELECT file_path, inode, identity_guard, id FROM tracked_file "
                              "WHERE state = 'temporary' AND expires_at IS NOT NULL AND expires_at <= ? ORDER BY id");
     query.bind(1, now);
     std::vector<ExpiredRecord> expired;
     while (query.step())
-        expired.push_back({query.bytes(0), inodeFrom(query.int64(1)), query.int64(2)});
+        expired.push_back({query.bytes(0), {inodeFrom(query.int64(1)), query.int64(2)}, query.int64(3)});
     if (!query.ok()) {
         qCDebug(lcStore).noquote() << "fetchExpired FAILED: " + m_db->lastError();
         return {};
@@ -231,7 +287,7 @@ std::vector<TrackedFileStore::RecordSummary> TrackedFileStore::allRecords()
 {
     std::vector<RecordSummary> summaries;
     for (TrackedFile &file : allTrackedFiles())
-        summaries.push_back({std::move(file.filePath), file.inode, file.state, file.id});
+        summaries.push_back({std::move(file.filePath), file.identity(), file.state, file.id});
     return summaries;
 }
 
@@ -241,13 +297,33 @@ std::vector<TrackedFile> TrackedFileStore::allTrackedFiles()
     return fetch(query);
 }
 
-RecordId TrackedFileStore::insertNew(std::uint64_t inode, const QByteArray &path, const QByteArray &name,
+bool TrackedFileStore::dropStaleRecords(const FileIdentity &identity)
+{
+    // Rows with a state this code does not know are never read, so they may not hold an
+    // inode either.
+    auto query = m_db->query("DELETE FROM tracked_file WHERE inode = ? AND (identity_guard != ? "
+                             "OR state NOT IN ('unprocessed', 'temporary', 'dismissed'))");
+    if (!query.bind(1, toColumn(identity.inode)).bind(2, identity.guard).run())
+        return false;
+    if (m_db->changes() > 0) {
+        qCDebug(lcStore).noquote() << QStringLiteral("dropped %1 stale record(s) of inode %2")
+                                          .arg(m_db->changes())
+                                          .arg(identity.inode);
+    }
+    return true;
+}
+
+RecordId TrackedFileStore::insertNew(const FileIdentity &identity, const QByteArray &path, const QByteArray &name,
                                      std::int64_t size)
 {
-    auto query = m_db->query("INSERT INTO tracked_file (inode, file_path, file_name, state, detected_at, file_size) "
-                             "VALUES (?, ?, ?, 'unprocessed', ?, ?)");
-    query.bind(1, toColumn(inode)).bind(2, path).bind(3, name).bind(4, m_clock.now()).bind(5, size);
-    if (!query.run()) {
+    // The inode may have belonged to a file that is gone: that file's record goes, and the
+    // tag on whatever is there now is left alone.
+    sqlite::Transaction transaction(*m_db);
+    auto query = m_db->query("INSERT INTO tracked_file (inode, identity_guard, file_path, file_name, state, "
+                             "detected_at, file_size) VALUES (?, ?, ?, ?, 'unprocessed', ?, ?)");
+    query.bind(1, toColumn(identity.inode)).bind(2, identity.guard).bind(3, path).bind(4, name);
+    query.bind(5, m_clock.now()).bind(6, size);
+    if (!dropStaleRecords(identity) || !query.run() || !transaction.commit()) {
         qCDebug(lcStore).noquote() << "insertNew: save failed for" << displayText(name) << ":" << m_db->lastError();
         return 0;
     }
@@ -256,37 +332,41 @@ RecordId TrackedFileStore::insertNew(std::uint64_t inode, const QByteArray &path
     return id;
 }
 
-void TrackedFileStore::replaceInode(std::uint64_t oldInode, std::uint64_t newInode, const QByteArray &path,
-                                    const QByteArray &name, std::int64_t size)
+void TrackedFileStore::replaceIdentity(const FileIdentity &old, const FileIdentity &replacement,
+                                       const QByteArray &path, const QByteArray &name, std::int64_t size)
 {
-    const auto file = recordForInode(oldInode);
+    const auto file = recordFor(old);
     if (!file)
         return;
-    auto query =
-        m_db->query("UPDATE tracked_file SET inode = ?, file_path = ?, file_name = ?, file_size = ? WHERE id = ?");
-    query.bind(1, toColumn(newInode)).bind(2, path).bind(3, name).bind(4, size).bind(5, std::int64_t(file->id));
-    if (!query.run()) {
+    sqlite::Transaction transaction(*m_db);
+    auto query = m_db->query("UPDATE tracked_file SET inode = ?, identity_guard = ?, file_path = ?, file_name = ?, "
+                             "file_size = ? WHERE id = ?");
+    query.bind(1, toColumn(replacement.inode)).bind(2, replacement.guard).bind(3, path).bind(4, name);
+    query.bind(5, size).bind(6, std::int64_t(file->id));
+    if (!dropStaleRecords(replacement) || !query.run() || !transaction.commit()) {
         qCDebug(lcStore).noquote() << QStringLiteral("replaceInode: save FAILED for inode %1 → %2: %3")
-                                          .arg(oldInode)
-                                          .arg(newInode)
+                                          .arg(old.inode)
+                                          .arg(replacement.inode)
                                           .arg(m_db->lastError());
         return;
     }
     notifyChanged();
 }
 
-void TrackedFileStore::updatePath(std::uint64_t inode, const QByteArray &path, const QByteArray &name)
+void TrackedFileStore::updatePath(const FileIdentity &identity, const QByteArray &path, const QByteArray &name)
 {
-    auto query = m_db->query("UPDATE tracked_file SET file_path = ?, file_name = ? WHERE inode = ?");
-    query.bind(1, path).bind(2, name).bind(3, toColumn(inode));
+    auto query = m_db->query("UPDATE tracked_file SET file_path = ?, file_name = ? WHERE inode = ? "
+                             "AND identity_guard = ?");
+    query.bind(1, path).bind(2, name).bind(3, toColumn(identity.inode)).bind(4, identity.guard);
     if (query.run() && m_db->changes() > 0)
         notifyChanged();
 }
 
-void TrackedFileStore::updateSize(std::uint64_t inode, std::int64_t size)
+void TrackedFileStore::updateSize(const FileIdentity &identity, std::int64_t size)
 {
-    auto query = m_db->query("UPDATE tracked_file SET file_size = ? WHERE inode = ? AND file_size != ?");
-    query.bind(1, size).bind(2, toColumn(inode)).bind(3, size);
+    auto query = m_db->query("UPDATE tracked_file SET file_size = ? WHERE inode = ? AND identity_guard = ? "
+                             "AND file_size != ?");
+    query.bind(1, size).bind(2, toColumn(identity.inode)).bind(3, identity.guard).bind(4, size);
     if (query.run() && m_db->changes() > 0)
         notifyChanged();
 }
@@ -295,17 +375,21 @@ void TrackedFileStore::dismissExisting(const std::vector<DownloadFileSnapshot> &
 {
     sqlite::Transaction transaction(*m_db);
     for (const DownloadFileSnapshot &snapshot : snapshots) {
-        if (recordForInode(snapshot.inode)) {
+        const FileIdentity &identity = snapshot.identity;
+        if (recordFor(identity)) {
             auto update = m_db->query("UPDATE tracked_file SET file_path = ?, file_name = ?, file_size = ?, "
                                       "state = CASE state WHEN 'unprocessed' THEN 'dismissed' ELSE state END "
-                                      "WHERE inode = ?");
+                                      "WHERE inode = ? AND identity_guard = ?");
             update.bind(1, snapshot.filePath).bind(2, snapshot.fileName).bind(3, snapshot.fileSize);
-            update.bind(4, toColumn(snapshot.inode)).run();
+            update.bind(4, toColumn(identity.inode)).bind(5, identity.guard).run();
         } else {
-            auto insert = m_db->query("INSERT INTO tracked_file (inode, file_path, file_name, state, detected_at, "
-                                      "file_size) VALUES (?, ?, ?, 'dismissed', ?, ?)");
-            insert.bind(1, toColumn(snapshot.inode)).bind(2, snapshot.filePath).bind(3, snapshot.fileName);
-            insert.bind(4, m_clock.now()).bind(5, snapshot.fileSize).run();
+            // A record of another file that had this inode number is stale: the file found
+            // here is new to Dowsel, and was here at launch, so it is dismissed.
+            dropStaleRecords(identity);
+            auto insert = m_db->query("INSERT INTO tracked_file (inode, identity_guard, file_path, file_name, "
+                                      "state, detected_at, file_size) VALUES (?, ?, ?, ?, 'dismissed', ?, ?)");
+            insert.bind(1, toColumn(identity.inode)).bind(2, identity.guard).bind(3, snapshot.filePath);
+            insert.bind(4, snapshot.fileName).bind(5, m_clock.now()).bind(6, snapshot.fileSize).run();
         }
     }
     if (transaction.commit())
@@ -357,9 +441,9 @@ bool TrackedFileStore::deleteRow(RecordId id)
     return query.bind(1, std::int64_t(id)).run();
 }
 
-void TrackedFileStore::removeRecordForInode(std::uint64_t inode)
+void TrackedFileStore::removeRecordFor(const FileIdentity &identity)
 {
-    if (const auto file = recordForInode(inode))
+    if (const auto file = recordFor(identity))
         removeRecord(file->id);
 }
 
@@ -390,8 +474,8 @@ void TrackedFileStore::deleteNow(RecordId id)
     const auto file = removeRecordAndTag(id);
     if (!file)
         return;
-    struct stat status {};
-    if (file->filePath.isEmpty() || ::lstat(file->filePath.constData(), &status) != 0)
+    // Only the record's own file goes: another file that took the name stays.
+    if (identityAt(file->filePath) != file->identity())
         return;
     if (const auto error = m_trash.moveToTrash(file->filePath)) {
         qCDebug(lcStore).noquote() << "deleteNow: recycle failed for " + displayText(fileNameOf(file->filePath)) + ": "
@@ -401,15 +485,18 @@ void TrackedFileStore::deleteNow(RecordId id)
 
 std::optional<Date> TrackedFileStore::inheritArchiveExpiry(RecordId id)
 {
+    // Only a real folder inherits: an empty file beside an archive ("notes" by "notes.gz")
+    // has the size of a folder but is none.
     const auto folder = record(id);
     if (!folder || !folder->isFolderLike())
+        return std::nullopt;
+    if (const auto status = statPath(folder->filePath);
+        !status || !status->isDirectory || status->identity() != folder->identity())
         return std::nullopt;
     const QByteArray parent = parentPath(folder->filePath);
     const QByteArray &name = folder->fileName;
 
-    auto query = m_db->query("SELECT id, inode, file_path, file_name, state, detected_at, marked_temporary_at, "
-                             "expires_at, file_size FROM tracked_file "
-                             "WHERE state = 'temporary' AND expires_at IS NOT NULL ORDER BY id");
+    auto query = m_db->query(DOWSEL_SELECT_RECORD "WHERE state = 'temporary' AND expires_at IS NOT NULL ORDER BY id");
     std::vector<TrackedFile> candidates = fetch(query);
     std::erase_if(candidates, [&](const TrackedFile &archive) {
         return !isArchiveName(archive.fileName) || parentPath(archive.filePath) != parent

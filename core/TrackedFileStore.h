@@ -35,12 +35,12 @@ public:
     };
     struct ExpiredRecord {
         QByteArray path;
-        std::uint64_t inode;
+        FileIdentity identity;
         RecordId id;
     };
     struct RecordSummary {
         QByteArray path;
-        std::uint64_t inode;
+        FileIdentity identity;
         FileState state;
         RecordId id;
     };
@@ -53,30 +53,34 @@ public:
     static QString defaultPath();
     ~TrackedFileStore();
 
-    // Queries
+    // Queries. A file is named by its identity (inode and guard); an inode alone finds the
+    // record that holds the number, which may be of another file that is gone.
+    std::optional<TrackedFile> recordFor(const FileIdentity &identity);
     std::optional<TrackedFile> recordForInode(std::uint64_t inode);
     std::optional<TrackedFile> record(RecordId id);
-    bool isTracked(std::uint64_t inode);
-    std::optional<std::uint64_t> activeInode(const QByteArray &path); // first match not dismissed
+    bool isTracked(const FileIdentity &identity);
+    std::optional<FileIdentity> activeIdentity(const QByteArray &path); // first match not dismissed
     std::optional<FileInfo> fileInfo(RecordId id);
     std::vector<Expiry> temporaryExpiries();
     std::vector<ExpiredRecord> fetchExpired();
     std::vector<RecordSummary> allRecords();
     std::vector<TrackedFile> allTrackedFiles(); // full rows, for the popover and the D-Bus list
 
-    // Changes. insertNew returns 0 when the row could not be written (the inode is tracked
-    // already, or the disk is full).
-    RecordId insertNew(std::uint64_t inode, const QByteArray &path, const QByteArray &name, std::int64_t size);
-    void replaceInode(std::uint64_t oldInode, std::uint64_t newInode, const QByteArray &path, const QByteArray &name,
-                      std::int64_t size);
-    void updatePath(std::uint64_t inode, const QByteArray &path, const QByteArray &name);
+    // Changes. insertNew returns 0 when the row could not be written (the file is tracked
+    // already, or the disk is full). A record of another file with the same inode number is
+    // stale and goes first, here and in replaceIdentity and dismissExisting.
+    RecordId insertNew(const FileIdentity &identity, const QByteArray &path, const QByteArray &name,
+                       std::int64_t size);
+    void replaceIdentity(const FileIdentity &old, const FileIdentity &replacement, const QByteArray &path,
+                         const QByteArray &name, std::int64_t size);
+    void updatePath(const FileIdentity &identity, const QByteArray &path, const QByteArray &name);
     // A file written in place is recorded when it appears, often still empty; later writes
     // bring its size up to date.
-    void updateSize(std::uint64_t inode, std::int64_t size);
+    void updateSize(const FileIdentity &identity, std::int64_t size);
     void dismissExisting(const std::vector<DownloadFileSnapshot> &snapshots);
     std::optional<Date> markTemporary(RecordId id, std::optional<Seconds> duration = std::nullopt);
     void markDismissed(RecordId id);
-    void removeRecordForInode(std::uint64_t inode);
+    void removeRecordFor(const FileIdentity &identity);
     void removeRecord(RecordId id);
     // Record and tag first, then the file to the Trash, so the events that the move causes
     // find no record.
@@ -87,7 +91,7 @@ public:
     // is gone.
     void forgetRecord(RecordId id);
 
-    static constexpr int schemaVersion = 1;
+    static constexpr int schemaVersion = 2; // PRAGMA user_version; version 1 is upgraded in place
 
     // Observers run on the store's worker after every change that committed; the app uses
     // this to refresh views.
@@ -96,6 +100,8 @@ public:
 private:
     // Removes the tag from the record's file, then the record; the record as it was, if any.
     std::optional<TrackedFile> removeRecordAndTag(RecordId id);
+    // Deletes the rows that hold identity's inode for another file, or with an unknown state.
+    bool dropStaleRecords(const FileIdentity &identity);
     TrackedFileStore(std::unique_ptr<sqlite::Database> db, const Clock &clock, const Preferences &prefs, Trash &trash);
     std::vector<TrackedFile> fetch(sqlite::Query &query);
     bool deleteRow(RecordId id);

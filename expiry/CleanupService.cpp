@@ -1,25 +1,12 @@
 #include "expiry/CleanupService.h"
 
 #include "core/Logging.h"
+#include "core/PosixFiles.h"
 #include "platform/Trash.h"
 
 #include <algorithm>
-#include <sys/stat.h>
 
 namespace dowsel {
-
-namespace {
-
-// The inode now at `path`, the link itself when it is one; none when nothing is there.
-std::optional<std::uint64_t> inodeAt(const QByteArray &path)
-{
-    struct stat status {};
-    if (::lstat(path.constData(), &status) != 0)
-        return std::nullopt;
-    return status.st_ino;
-}
-
-} // namespace
 
 CleanupService::CleanupService(TrackedFileActor &store, Trash &trash, Clock &clock, Scheduler &scheduler,
                                Executor &executor)
@@ -82,7 +69,7 @@ void CleanupService::trashExpired(const TrackedFileStore::ExpiredRecord &entry, 
 {
     // Only the file that was marked goes: a missing file, or another file that took its
     // name, is left alone and the record is forgotten.
-    if (inodeAt(entry.path) == entry.inode) {
+    if (identityAt(entry.path) == entry.identity) {
         const QString name = displayText(fileNameOf(entry.path));
         if (const auto error = m_trash.moveToTrash(entry.path))
             printFailure(failureLead + name + QStringLiteral(": ") + *error);
@@ -137,7 +124,7 @@ void CleanupService::pruneStaleRecords()
 {
     const auto records = m_store.call([](TrackedFileStore &store) { return store.allRecords(); }).get();
     for (const auto &record : records) {
-        if (record.path.isEmpty() || inodeAt(record.path) == record.inode)
+        if (record.path.isEmpty() || identityAt(record.path) == record.identity)
             continue;
         m_store.call([id = record.id](TrackedFileStore &store) { store.forgetRecord(id); }).get();
         if (const auto task = m_scheduledTasks.find(record.id); task != m_scheduledTasks.end()) {

@@ -58,8 +58,8 @@ void ActionDemo::placeFile(int generation)
     // path; without it gone, the new file would take the record over and get no toast.
     m_services.store.call(
         [path = m_path](TrackedFileStore &store) {
-            if (const auto inode = store.activeInode(path))
-                store.removeRecordForInode(*inode);
+            if (const auto identity = store.activeIdentity(path))
+                store.removeRecordFor(*identity);
             return 0;
         },
         m_services.mainExecutor,

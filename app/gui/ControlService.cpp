@@ -97,19 +97,19 @@ void ControlService::withRecord(const QByteArray &path, std::function<QVariant(T
 {
     setDelayedReply(true);
     const QDBusMessage request = message();
-    struct stat st {};
-    if (::lstat(path.constData(), &st) != 0) {
+    const auto status = statPath(path);
+    if (!status) {
         sendErrorReply(errorNoSuchFile, QStringLiteral("%1: %2").arg(displayText(path), errnoText()));
         return;
     }
-    const std::uint64_t inode = st.st_ino;
+    const FileIdentity identity = status->identity();
     struct Outcome {
         bool found = false;
         QVariant value;
     };
     m_store.call(
-        [inode, then = std::move(then)](TrackedFileStore &store) {
-            const auto record = store.recordForInode(inode);
+        [identity, then = std::move(then)](TrackedFileStore &store) {
+            const auto record = store.recordFor(identity);
             if (!record)
                 return Outcome{};
             return Outcome{true, then(store, record->id)};

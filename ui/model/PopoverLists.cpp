@@ -1,5 +1,7 @@
 #include "ui/model/PopoverLists.h"
 
+#include "core/PosixFiles.h"
+
 #include "app/DownloadsFolder.h"
 #include "core/TrackedFileStore.h"
 
@@ -86,10 +88,7 @@ bool isListedAsIgnored(const TrackedFile &record, const QByteArray &downloadsFol
         return false;
     if (parentFolderOf(record.filePath) != withoutTrailingSlashes(downloadsFolder))
         return false;
-    struct stat status {};
-    if (::lstat(record.filePath.constData(), &status) != 0)
-        return false;
-    return std::uint64_t(status.st_ino) == record.inode;
+    return identityAt(record.filePath) == record.identity();
 }
 
 PopoverLists makePopoverLists(std::vector<TrackedFile> records, const QByteArray &downloadsFolder)
