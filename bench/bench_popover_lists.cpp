@@ -51,9 +51,9 @@ struct Downloads {
             struct stat status {};
             ::lstat(path.constData(), &status);
             if (i % 2 == 0) {
-                store->markTemporary(store->insertNew(status.st_ino, path, name, 0), duration(random));
+                store->markTemporary(store->insertNew(identityAt(path).value_or(FileIdentity{}), path, name, 0), duration(random));
             } else {
-                existing.push_back({std::uint64_t(status.st_ino), path, name, 0});
+                existing.push_back({identityAt(path).value_or(FileIdentity{}), path, name, 0});
             }
         }
         store->dismissExisting(existing);

@@ -1,6 +1,7 @@
 #include "toast/FileMover.h"
 
 #include "core/Logging.h"
+#include "core/OpenFiles.h"
 #include "core/PosixFiles.h"
 #include "core/TrackedFile.h"
 
@@ -70,9 +71,17 @@ QByteArray renameToFreeName(const QByteArray &from, const QByteArray &folder, co
 
 // Copies one tree into a place that does not exist yet. The caller removes the partial copy
 // when this fails.
+// Every file it copies must be finished and stay as it was: no program may hold it open for
+// writing, and its size, times and identity must be the same after the copy as before.
 class TreeCopier {
 public:
-    TreeCopier(const QByteArray &root, const CopyProgress &progress) : m_root(root), m_progress(progress) {}
+    TreeCopier(const QByteArray &root, const CopyProgress &progress, const OpenWriters &writers)
+        : m_root(root), m_progress(progress), m_writers(writers)
+    {
+    }
+
+    // Set when a file changed while it was copied (the copy itself is complete).
+    bool sourceChanged() const { return m_sourceChanged; }
 
     // Returns an empty text on success, else the reason.
     QString copy(const QByteArray &from, const QByteArray &to)
@@ -92,9 +101,12 @@ public:
 private:
     QString copyFile(const QByteArray &from, const QByteArray &to, const struct stat &st)
     {
+        if (const auto writer = m_writers.writerOf(st.st_dev, st.st_ino))
+            return stillWrittenText(from, *writer);
         FileDescriptor in(::open(from.constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
         if (!in.isValid())
             return errnoText(errno);
+        const auto before = statDescriptor(in.get());
         FileDescriptor out(
             ::open(to.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, st.st_mode & 07777));
         if (!out.isValid())
@@ -125,7 +137,23 @@ private:
         ::futimens(out.get(), times);
         if (::fsync(out.get()) != 0)
             return errnoText(errno);
+        const auto after = statDescriptor(in.get());
+        if (!before || !after || !sameContent(*before, *after) || copied != after->size)
+            m_sourceChanged = true;
         return {};
+    }
+
+    static bool sameContent(const FileStatus &a, const FileStatus &b)
+    {
+        return a.identity() == b.identity() && a.size == b.size && a.modifiedNs == b.modifiedNs
+            && a.changedNs == b.changedNs;
+    }
+
+    QString stillWrittenText(const QByteArray &path, const QString &writer) const
+    {
+        const QString what = path == m_root ? QStringLiteral("it is") : displayText(fileNameOf(path)) + " is";
+        return QStringLiteral("%1 still being written (%2 has it open); the original stays where it is")
+            .arg(what, writer);
     }
 
     QString copyDirectory(const QByteArray &from, const QByteArray &to, const struct stat &st)
@@ -163,6 +191,8 @@ private:
 
     QByteArray m_root;
     const CopyProgress &m_progress;
+    const OpenWriters &m_writers;
+    bool m_sourceChanged = false;
 };
 
 // Removes a tree this process created (a partial copy) or a source whose complete copy is
@@ -252,20 +282,24 @@ MoveResult moveAcrossDevices(const QByteArray &source, const QByteArray &folder,
     result.source = source;
     result.crossDevice = true;
     const QByteArray name = fileNameOf(source);
-    struct stat before;
-    if (::lstat(source.constData(), &before) != 0) {
+    const auto before = statPath(source);
+    if (!before) {
         result.error = errnoText(errno);
         result.target = freeTargetPath(folder, name);
         return result;
     }
     const QByteArray temporary = temporaryNameFor(folder);
-    result.error = TreeCopier(source, progress).copy(source, temporary);
-    if (result.error.isEmpty()) {
-        // The source must be what was copied: a download still being written is not removed.
-        struct stat after;
-        if (::lstat(source.constData(), &after) != 0 || after.st_ino != before.st_ino || after.st_size != before.st_size
-            || after.st_mtim.tv_sec != before.st_mtim.tv_sec || after.st_mtim.tv_nsec != before.st_mtim.tv_nsec)
-            result.error = QStringLiteral("the file changed while it was copied");
+    // The source is unlinked only once it is proven to be what was copied: finished (no
+    // program writing it, before and after), and unchanged (identity, size and times).
+    const OpenWriters writers = OpenWriters::scan();
+    TreeCopier copier(source, progress, writers);
+    result.error = copier.copy(source, temporary);
+    bool keepSource = copier.sourceChanged();
+    if (result.error.isEmpty() && !keepSource) {
+        const auto after = statPath(source);
+        keepSource = !after || after->identity() != before->identity() || after->size != before->size
+            || after->modifiedNs != before->modifiedNs || after->changedNs != before->changedNs
+            || (before->isRegularFile && OpenWriters::scan().writerOf(source));
     }
     if (!result.error.isEmpty()) {
         removeTree(temporary);
@@ -282,6 +316,11 @@ MoveResult moveAcrossDevices(const QByteArray &source, const QByteArray &folder,
     }
     syncDirectory(folder);
     result.placed = true;
+    if (keepSource) {
+        // Both stay: the copy as it was read, the original as it is now.
+        result.error = QStringLiteral("copied, but the original changed while it was copied and stays where it is");
+        return result;
+    }
     if (const QString removeError = removeTree(source); !removeError.isEmpty())
         result.error = QStringLiteral("copied, but the original could not be removed: ") + removeError;
     return result;

@@ -82,7 +82,7 @@ protected:
         EXPECT_NE(inode, 0u);
         return actor
             ->call([=](TrackedFileStore &s) {
-                const RecordId id = s.insertNew(inode, path, name, 7);
+                const RecordId id = s.insertNew(identityAt(path).value_or(FileIdentity{}), path, name, 7);
                 if (state == FileState::temporary)
                     s.markTemporary(id);
                 else if (state == FileState::dismissed)

@@ -100,7 +100,7 @@ protected:
     {
         const std::uint64_t inode = dowsel::testing::writeFile(download(name));
         EXPECT_NE(inode, 0u);
-        const RecordId id = records->insertNew(inode, download(name), name, 7);
+        const RecordId id = records->insertNew(dowsel::testing::identityOf(download(name)), download(name), name, 7);
         controller().handleNewFile(id);
         clock.advance(ToastController::showDelay);
         settle();

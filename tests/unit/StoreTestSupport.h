@@ -35,6 +35,12 @@ inline std::uint64_t writeFile(const QByteArray &path, const QByteArray &content
     return written && ::lstat(path.constData(), &status) == 0 ? status.st_ino : 0;
 }
 
+// What names the file at `path` now (inode and guard); an empty identity when nothing is there.
+inline FileIdentity identityOf(const QByteArray &path)
+{
+    return identityAt(path).value_or(FileIdentity{});
+}
+
 inline std::uint64_t inodeOf(const QByteArray &path)
 {
     struct stat status {};
@@ -108,7 +114,7 @@ protected:
         const QByteArray path = download(name);
         const std::uint64_t inode = writeFile(path, content);
         EXPECT_NE(inode, 0u) << path.constData();
-        return store->insertNew(inode, path, name, content.size());
+        return store->insertNew(identityOf(path), path, name, content.size());
     }
 
     QTemporaryDir dir;

@@ -56,7 +56,7 @@ protected:
     {
         const std::uint64_t inode = writeFile(download(name), content);
         EXPECT_NE(inode, 0u) << name.constData();
-        return records->insertNew(inode, download(name), name, content.size());
+        return records->insertNew(identityOf(download(name)), download(name), name, content.size());
     }
 
     // A new download with its record, handed to the controller as the file processor does.

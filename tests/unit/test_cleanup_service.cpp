@@ -88,7 +88,8 @@ protected:
         const QByteArray path = download(name);
         const std::uint64_t inode = writeFile(path, name);
         EXPECT_NE(inode, 0u);
-        return onStore([=](TrackedFileStore &store) { return store.insertNew(inode, path, name, name.size()); });
+        return onStore(
+            [=, identity = identityOf(path)](TrackedFileStore &store) { return store.insertNew(identity, path, name, name.size()); });
     }
     // Marks the record temporary for `duration` and schedules it, as the toast's Keep does.
     Date keep(RecordId id, Seconds duration)
@@ -198,7 +199,7 @@ TEST_F(CleanupServiceTest, AFileRestoredFromTheTrashIsNotTrashedAgainByAnOldTime
     restoreFromTrash("undo.pdf");
     const QByteArray path = download("undo.pdf");
     const RecordId again =
-        onStore([=](TrackedFileStore &store) { return store.insertNew(inode, path, "undo.pdf", 8); });
+        onStore([=, identity = identityOf(path)](TrackedFileStore &store) { return store.insertNew(identity, path, "undo.pdf", 8); });
     ASSERT_NE(again, id);
 
     advance(3600);

@@ -77,8 +77,8 @@ protected:
     QByteArray download(const QByteArray &name) const { return downloads / name; }
     std::optional<TrackedFile> recordAt(const QByteArray &path)
     {
-        const std::uint64_t inode = inodeOf(path);
-        return ask([inode](TrackedFileStore &s) { return s.recordForInode(inode); });
+        const FileIdentity identity = identityOf(path);
+        return ask([identity](TrackedFileStore &s) { return s.recordFor(identity); });
     }
 
     static QTemporaryDir makeDatabaseDir()

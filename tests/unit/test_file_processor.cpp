@@ -2,6 +2,7 @@
 #include "StoreTestSupport.h"
 #include "TraceCapture.h"
 
+#include "core/DownloadCompletion.h"
 #include "core/FileProcessor.h"
 #include "platform/fake/Executors.h"
 
@@ -32,12 +33,18 @@ protected:
         processor->handle(FileEvent{path, inode, flags});
     }
     void event(const QByteArray &path, FSEventFlags flags) { event(path, flags, inodeOf(path)); }
+    // A file written in place whose writer closed it, and the quiet period after.
+    void finished(const QByteArray &path)
+    {
+        event(path, {F::created, F::modified, F::closedAfterWrite, F::isFile});
+        clock.advance(completion::quietPeriod);
+    }
 
     // A file that Dowsel saw arrive and the user kept as temporary.
     RecordId temporaryDownload(const QByteArray &name)
     {
         writeFile(download(name), "first version");
-        event(download(name), {F::created, F::isFile});
+        finished(download(name));
         EXPECT_FALSE(announced.empty());
         const RecordId id = announced.back();
         EXPECT_TRUE(db().markTemporary(id, 3600).has_value());
@@ -94,20 +101,137 @@ TEST_F(FileProcessorTest, BrowserDownloadIsAnnouncedOnceWhenItGetsItsFinalName)
                                     .arg(QString::fromUtf8(download("x.pdf")))));
 }
 
-TEST_F(FileProcessorTest, FileWrittenInPlaceGetsItsFinalSize)
+TEST_F(FileProcessorTest, FileWrittenInPlaceIsOfferedWhenItsWriterIsDone)
 {
-    // curl -O and cp create the file empty, then write it: announced at once, not as a folder.
+    // curl -O, wget and cp create the file empty, then write it: recorded at once, offered
+    // once the writer closed it and left it alone for the quiet period, with its final size.
     const QByteArray path = download("report.pdf");
     writeFile(path, "");
     event(path, {F::created, F::isFile});
-    ASSERT_EQ(announced.size(), 1u);
-    EXPECT_TRUE(db().record(announced[0])->isFolderLike());
+    const auto record = db().recordFor(identityOf(path));
+    ASSERT_TRUE(record);
+    writeFile(path, "twelve");
+    event(path, {F::modified, F::isFile});
+    clock.advance(FileProcessor::stalledWriterWait / 2);
+    EXPECT_TRUE(announced.empty());
+    EXPECT_EQ(db().record(record->id)->fileSize, 6);
 
+    // Closed, then opened and written again before the quiet period ended: not yet.
+    event(path, {F::modified, F::closedAfterWrite, F::isFile});
+    clock.advance(completion::quietPeriod / 2);
     writeFile(path, "twelve bytes");
     event(path, {F::modified, F::isFile});
-    EXPECT_EQ(announced.size(), 1u);
+    clock.advance(completion::quietPeriod * 4);
+    EXPECT_TRUE(announced.empty());
+
+    event(path, {F::modified, F::closedAfterWrite, F::isFile});
+    clock.advance(completion::quietPeriod);
+    ASSERT_EQ(announced.size(), 1u);
+    EXPECT_EQ(announced[0], record->id);
     EXPECT_EQ(db().record(announced[0])->fileSize, 12);
     EXPECT_FALSE(db().record(announced[0])->isFolderLike());
+
+    // A writer never seen closing its file (the close came before the watch): offered
+    // after a long while without writes.
+    const QByteArray quiet = download("quiet.bin");
+    writeFile(quiet, "data");
+    event(quiet, {F::created, F::modified, F::isFile});
+    clock.advance(FileProcessor::stalledWriterWait - 0.01);
+    EXPECT_EQ(announced.size(), 1u);
+    clock.advance(0.01);
+    EXPECT_EQ(announced.size(), 2u);
+}
+
+TEST_F(FileProcessorTest, FirefoxPlaceholderIsOfferedOnceWithTheFinishedFile)
+{
+    // Firefox: an empty placeholder under the final name, the data in "Xy12.zip.part"
+    // beside it, renamed over the placeholder at the end.
+    for (const Seconds downloadTime : {0.2, 20.0}) {
+        const QByteArray name = "y" + QByteArray::number(downloadTime) + ".zip";
+        const QByteArray path = download(name);
+        const QByteArray part = download("Xy12" + QByteArray::number(downloadTime) + ".zip.part");
+        writeFile(path, "");
+        event(path, {F::created, F::modified, F::closedAfterWrite, F::isFile});
+        writeFile(part, "partial");
+        event(part, {F::created, F::modified, F::isFile});
+        clock.advance(downloadTime);
+        EXPECT_TRUE(announced.empty()) << downloadTime;
+
+        writeFile(part, QByteArray(1000, 'y'));
+        const std::uint64_t finalInode = inodeOf(part);
+        renameItem(part, path);
+        event(part, {F::renamed, F::isFile}, finalInode);
+        event(path, {F::renamed, F::isFile});
+        ASSERT_EQ(announced.size(), 1u) << downloadTime;
+        const auto record = db().record(announced[0]);
+        EXPECT_EQ(record->filePath, path);
+        EXPECT_EQ(record->identity(), identityOf(path));
+        EXPECT_EQ(record->fileSize, 1000);
+        clock.advance(FileProcessor::stalledWriterWait * 2);
+        EXPECT_EQ(announced.size(), 1u);
+        EXPECT_EQ(db().allRecords().size(), 1u);
+        db().forgetRecord(announced[0]);
+        announced.clear();
+    }
+}
+
+TEST_F(FileProcessorTest, Aria2DownloadWaitsForItsControlFile)
+{
+    const QByteArray path = download("disk.iso");
+    writeFile(path, QByteArray(4096, '\0')); // aria2 allocates the whole file first
+    writeFile(path + ".aria2", "control");
+    event(path + ".aria2", {F::created, F::modified, F::closedAfterWrite, F::isFile});
+    event(path, {F::created, F::modified, F::closedAfterWrite, F::isFile});
+    clock.advance(FileProcessor::stalledWriterWait * 2);
+    EXPECT_TRUE(announced.empty());
+    EXPECT_TRUE(traces.contains("  HELD: disk.iso until disk.iso.aria2 is gone"));
+
+    ASSERT_EQ(::unlink((path + ".aria2").constData()), 0);
+    event(path + ".aria2", {F::removed, F::isFile}, 77);
+    clock.advance(completion::quietPeriod);
+    ASSERT_EQ(announced.size(), 1u);
+    EXPECT_EQ(db().record(announced[0])->filePath, path);
+    EXPECT_EQ(db().allRecords().size(), 1u);
+}
+
+TEST_F(FileProcessorTest, AnInodeNumberReusedByAnotherFileNamesANewFile)
+{
+    // The record of a file that is gone holds the number the kernel gave to a new one: the
+    // guard tells them apart. The old record goes, untouched tags and all; the new file is
+    // offered.
+    const QByteArray path = download("thesis.pdf");
+    writeFile(path, "new file");
+    const FileIdentity now = identityOf(path);
+    ASSERT_NE(now.guard, 0) << "this file system gives no guard";
+    const FileIdentity earlier{now.inode, now.guard - 1};
+    const RecordId stale = db().insertNew(earlier, download("report.pdf"), "report.pdf", 3);
+    db().markTemporary(stale, 30);
+
+    // Its removal is still held back when the newcomer arrives.
+    event(download("report.pdf"), {F::removed, F::isFile}, earlier.inode);
+    finished(path);
+    ASSERT_EQ(announced.size(), 1u);
+    EXPECT_NE(announced[0], stale);
+    EXPECT_FALSE(db().record(stale));
+    clock.advance(FileProcessor::removalDelay);
+    ASSERT_TRUE(db().record(announced[0]));
+    EXPECT_EQ(db().record(announced[0])->identity(), now);
+
+    // The same at the same path, for a record left alone (dismissed): a new file, offered.
+    writeFile(download("same.txt"), "second");
+    const FileIdentity second = identityOf(download("same.txt"));
+    const RecordId dismissed = db().insertNew({second.inode, second.guard + 1}, download("same.txt"), "same.txt", 1);
+    db().markDismissed(dismissed);
+    finished(download("same.txt"));
+    ASSERT_EQ(announced.size(), 2u);
+    EXPECT_FALSE(db().record(dismissed));
+
+    // A removal event of the earlier file does not touch the newcomer's record.
+    FileEvent removal{path, now.inode, {F::removed, F::isFile}};
+    removal.guard = now.guard + 7;
+    processor->handle(removal);
+    clock.advance(FileProcessor::removalDelay);
+    EXPECT_TRUE(db().record(announced[0]));
 }
 
 TEST_F(FileProcessorTest, SafeSaveKeepsTheRecordItsStateAndExpiry)
@@ -168,20 +292,20 @@ TEST_F(FileProcessorTest, RemovalWaitsOutTheDelayThenForgetsTheRecord)
 TEST_F(FileProcessorTest, DismissedRecordAtAPathDoesNotMakeANewFileAReplacement)
 {
     writeFile(download("report.pdf"), "old");
-    const std::uint64_t oldInode = inodeOf(download("report.pdf"));
-    db().dismissExisting({{oldInode, download("report.pdf"), "report.pdf", 3}});
-    const RecordId oldId = db().recordForInode(oldInode)->id;
+    const FileIdentity old = identityOf(download("report.pdf"));
+    db().dismissExisting({{old, download("report.pdf"), "report.pdf", 3}});
+    const RecordId oldId = db().recordFor(old)->id;
 
     renameItem(download("report.pdf"), download("aside"));
     writeFile(download("report.pdf"), "new one");
     const std::uint64_t newInode = inodeOf(download("report.pdf"));
-    event(download("report.pdf"), {F::created, F::isFile});
+    finished(download("report.pdf"));
     ASSERT_EQ(announced.size(), 1u);
     EXPECT_NE(announced[0], oldId);
-    EXPECT_EQ(db().record(oldId)->inode, oldInode);
+    EXPECT_EQ(db().record(oldId)->inode, old.inode);
 
     // Both records now share the path. The second removal there drops the first at once.
-    event(download("report.pdf"), {F::removed, F::isFile}, oldInode);
+    event(download("report.pdf"), {F::removed, F::isFile}, old.inode);
     event(download("report.pdf"), {F::removed, F::isFile}, newInode);
     EXPECT_FALSE(db().record(oldId));
     EXPECT_TRUE(db().record(announced[0]));
@@ -197,10 +321,12 @@ TEST_F(FileProcessorTest, EmptyFolderIsAnnouncedWhenContentArrivesOnlyOnce)
     writeFile(folder + "/still.part");
     event(folder, {F::created, F::isDir});
     EXPECT_TRUE(announced.empty());
-    EXPECT_FALSE(db().isTracked(inodeOf(folder)));
+    EXPECT_FALSE(db().isTracked(identityOf(folder)));
 
     writeFile(folder + "/first.txt");
     event(folder + "/first.txt", {F::created, F::isFile});
+    EXPECT_TRUE(announced.empty()); // offered once it is quiet
+    clock.advance(completion::quietPeriod);
     ASSERT_EQ(announced.size(), 1u);
     const auto record = db().record(announced[0]);
     EXPECT_EQ(record->fileSize, 0);
@@ -210,6 +336,7 @@ TEST_F(FileProcessorTest, EmptyFolderIsAnnouncedWhenContentArrivesOnlyOnce)
     writeFile(folder + "/second.txt");
     event(folder + "/second.txt", {F::created, F::isFile});
     event(folder, {F::modified, F::isDir});
+    clock.advance(completion::quietPeriod);
     EXPECT_EQ(announced.size(), 1u);
 
     // Two levels down is none of our business, even for a held-back folder.
@@ -218,14 +345,21 @@ TEST_F(FileProcessorTest, EmptyFolderIsAnnouncedWhenContentArrivesOnlyOnce)
     makeFolder(download("outer/inner"));
     writeFile(download("outer/inner/deep.txt"));
     event(download("outer/inner/deep.txt"), {F::created, F::isFile});
+    clock.advance(completion::quietPeriod);
     EXPECT_EQ(announced.size(), 1u);
 }
 
-TEST_F(FileProcessorTest, FinishedExtractionIsAnnouncedAtOnceAsAFolder)
+TEST_F(FileProcessorTest, ExtractionIsAnnouncedAsAFolderWhenItIsQuiet)
 {
     makeFolder(download("photos"));
     writeFile(download("photos/1.jpg"));
     event(download("photos"), {F::created, F::isDir});
+    clock.advance(completion::quietPeriod / 2);
+    writeFile(download("photos/2.jpg"));
+    event(download("photos/2.jpg"), {F::created, F::isFile});
+    clock.advance(completion::quietPeriod / 2);
+    EXPECT_TRUE(announced.empty()); // still being filled
+    clock.advance(completion::quietPeriod / 2);
     ASSERT_EQ(announced.size(), 1u);
     EXPECT_EQ(db().record(announced[0])->fileSize, 0);
     EXPECT_TRUE(traces.contains("  INSERTED: photos (folder)"));
@@ -237,6 +371,7 @@ TEST_F(FileProcessorTest, FinishedExtractionIsAnnouncedAtOnceAsAFolder)
     event(download("empty"), {F::removed, F::isDir}, emptyInode);
     writeFile(download("empty/late.txt"));
     event(download("empty/late.txt"), {F::created, F::isFile});
+    clock.advance(completion::quietPeriod);
     EXPECT_EQ(announced.size(), 1u);
 }
 
@@ -300,7 +435,7 @@ TEST_F(FileProcessorTest, StaleAndIncompleteEventsChangeNothing)
 TEST_F(FileProcessorTest, RescanPicksUpWhatArrivedUnseen)
 {
     writeFile(download("known.txt"));
-    event(download("known.txt"), {F::created, F::isFile});
+    finished(download("known.txt"));
     writeFile(download("missed.txt"), "12345");
     makeFolder(download("missed folder"));
     writeFile(download(".hidden"));
@@ -311,11 +446,12 @@ TEST_F(FileProcessorTest, RescanPicksUpWhatArrivedUnseen)
     event(downloads + "/.", F::mustScan, inodeOf(downloads)); // no item flag: dropped
     EXPECT_EQ(announced.size(), 1u);
     event(downloads + "/.", {F::mustScan, F::isDir}, inodeOf(downloads));
+    clock.advance(completion::quietPeriod);
     ASSERT_EQ(announced.size(), 3u);
     EXPECT_TRUE(traces.contains("Tracked (rescan): missed.txt"));
     EXPECT_TRUE(traces.contains("Tracked (rescan): missed folder"));
-    EXPECT_EQ(db().recordForInode(inodeOf(download("missed.txt")))->fileSize, 5);
-    EXPECT_EQ(db().recordForInode(inodeOf(download("missed folder")))->fileSize, 0);
+    EXPECT_EQ(db().recordFor(identityOf(download("missed.txt")))->fileSize, 5);
+    EXPECT_EQ(db().recordFor(identityOf(download("missed folder")))->fileSize, 0);
     EXPECT_EQ(db().allRecords().size(), 3u);
 }
 

@@ -65,7 +65,7 @@ protected:
     RecordId practiceFileArrives()
     {
         const QByteArray path = flow->actionDemo().practicePath();
-        const RecordId id = records->insertNew(inodeOf(path), path, fileNameOf(path), 10);
+        const RecordId id = records->insertNew(identityOf(path), path, fileNameOf(path), 10);
         controller->handleNewFile(id);
         return id;
     }

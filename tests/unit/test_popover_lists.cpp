@@ -60,7 +60,7 @@ TEST_F(PopoverListsTest, IgnoredListShowsOnlyDismissedFilesStillInPlaceDirectlyI
     store->markDismissed(moved);
     ASSERT_EQ(::mkdir(download("Sub").constData(), 0755), 0);
     ASSERT_EQ(::rename(download("moved.pdf").constData(), download("Sub/moved.pdf").constData()), 0);
-    store->updatePath(inodeOf(download("Sub/moved.pdf")), download("Sub/moved.pdf"), "moved.pdf");
+    store->updatePath(identityOf(download("Sub/moved.pdf")), download("Sub/moved.pdf"), "moved.pdf");
 
     // Not listed: another file now has the name (another inode).
     const RecordId replaced = track("replaced.pdf");

@@ -164,7 +164,7 @@ protected:
         EXPECT_TRUE(expiry);
         const QByteArray folder = download("photos");
         EXPECT_EQ(::mkdir(folder.constData(), 0755), 0);
-        const RecordId unpacked = records->insertNew(inodeOf(folder), folder, "photos", 0);
+        const RecordId unpacked = records->insertNew(identityOf(folder), folder, "photos", 0);
         cleanup->schedule(archive, *expiry);
         controller->handleNewFile(unpacked);
         return {archive, unpacked};

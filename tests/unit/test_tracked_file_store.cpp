@@ -46,7 +46,7 @@ TEST_F(TrackedFileStoreTest, RecordsSurviveReopeningWithExactBytesAndFullInodeRa
 {
     const QByteArray oddName("r\xe9sum\xe9\n\"-x 'q'.pdf"); // Latin-1 bytes: not valid UTF-8
     const std::uint64_t bigInode = 0xFFFF'FFFF'FFFF'FFF0ull;
-    const RecordId id = store->insertNew(bigInode, download(oddName), oddName, 1234);
+    const RecordId id = store->insertNew(FileIdentity{bigInode}, download(oddName), oddName, 1234);
     ASSERT_GT(id, 0);
     const auto expiry = store->markTemporary(id, 90);
     store.reset();
@@ -62,10 +62,10 @@ TEST_F(TrackedFileStoreTest, RecordsSurviveReopeningWithExactBytesAndFullInodeRa
     EXPECT_EQ(file->fileSize, 1234);
     EXPECT_EQ(file->state, FileState::temporary);
     EXPECT_EQ(file->expiresAt, expiry);
-    EXPECT_EQ(store->activeInode(download(oddName)), bigInode);
+    EXPECT_EQ(store->activeIdentity(download(oddName)), FileIdentity{bigInode});
 
     RawConnection raw(databasePath());
-    EXPECT_EQ(raw.text("PRAGMA user_version"), "1");
+    EXPECT_EQ(raw.text("PRAGMA user_version"), "2");
     EXPECT_EQ(raw.text("PRAGMA journal_mode"), "wal");
     EXPECT_EQ(raw.text("SELECT state FROM tracked_file"), "temporary");
 }
@@ -78,7 +78,7 @@ TEST_F(TrackedFileStoreTest, AKilledProcessLosesNothingItCommitted)
     if (child == 0) {
         // The child writes through its own store and dies without closing anything.
         auto doomed = TrackedFileStore::open(databasePath(), clock, prefs, trash, nullptr);
-        const RecordId id = doomed ? doomed->insertNew(77, download("kept.pdf"), "kept.pdf", 5) : 0;
+        const RecordId id = doomed ? doomed->insertNew(FileIdentity{77}, download("kept.pdf"), "kept.pdf", 5) : 0;
         if (id > 0)
             doomed->markTemporary(id, 600);
         ::raise(SIGKILL);
@@ -121,10 +121,61 @@ TEST_F(TrackedFileStoreTest, OpenRefusesFilesItCannotUseAndLeavesThemUntouched)
     EXPECT_EQ(RawConnection(foreign).text("SELECT body FROM notes"), "keep me");
 
     const QString newer = dir.path() + QStringLiteral("/newer.sqlite");
-    ASSERT_TRUE(RawConnection(newer).exec("PRAGMA user_version = 2"));
+    ASSERT_TRUE(RawConnection(newer).exec("PRAGMA user_version = 3"));
     error.clear();
     EXPECT_FALSE(TrackedFileStore::open(newer, clock, prefs, trash, &error));
-    EXPECT_TRUE(error.contains(QStringLiteral("schema version 2"))) << error.toStdString();
+    EXPECT_TRUE(error.contains(QStringLiteral("schema version 3"))) << error.toStdString();
+}
+
+TEST_F(TrackedFileStoreTest, AnOlderStoreIsUpgradedInPlaceAndAReusedInodeIsNotTrashedAtLaunch)
+{
+    // A store of the first version, which knew files by their inode alone: "kept.pdf" is
+    // still there; "report.pdf" was deleted while Dowsel was not running and "thesis.pdf",
+    // never shown to the user, got its inode number.
+    store.reset();
+    const QString oldStore = dir.path() + QStringLiteral("/first version.sqlite");
+    writeFile(download("kept.pdf"), "kept");
+    writeFile(download("thesis.pdf"), "thesis");
+    const FileIdentity kept = identityOf(download("kept.pdf"));
+    const FileIdentity thesis = identityOf(download("thesis.pdf"));
+    {
+        RawConnection raw(oldStore);
+        ASSERT_TRUE(raw.exec("CREATE TABLE tracked_file (id INTEGER PRIMARY KEY AUTOINCREMENT, inode INTEGER UNIQUE "
+                             "NOT NULL, file_path TEXT NOT NULL, file_name TEXT NOT NULL, state TEXT NOT NULL DEFAULT "
+                             "'unprocessed', detected_at REAL NOT NULL, marked_temporary_at REAL, expires_at REAL, "
+                             "file_size INTEGER NOT NULL DEFAULT 0); PRAGMA user_version = 1;"));
+        const QString insert = QStringLiteral("INSERT INTO tracked_file (id, inode, file_path, file_name, state, "
+                                              "detected_at, marked_temporary_at, expires_at, file_size) VALUES "
+                                              "(%1, %2, '%3', '%4', 'temporary', 1, 1, 2, 4)");
+        ASSERT_TRUE(raw.exec(insert.arg(7).arg(kept.inode).arg(QString(download("kept.pdf")), "kept.pdf").toUtf8().constData()));
+        ASSERT_TRUE(raw.exec(insert.arg(9).arg(thesis.inode).arg(QString(download("report.pdf")), "report.pdf")
+                                 .toUtf8().constData()));
+        ASSERT_TRUE(raw.exec("UPDATE sqlite_sequence SET seq = 40"));
+    }
+    QString error;
+    store = TrackedFileStore::open(oldStore, clock, prefs, trash, &error);
+    ASSERT_TRUE(store) << error.toStdString();
+    EXPECT_EQ(RawConnection(oldStore).text("PRAGMA user_version"), "2");
+    EXPECT_EQ(store->record(7)->identity(), kept); // its guard read from the file itself
+    EXPECT_EQ(store->record(7)->state, FileState::temporary);
+    EXPECT_EQ(store->record(9)->identityGuard, 0);
+
+    // Launch: what is in Downloads is recorded; thesis.pdf is new to Dowsel, so it is
+    // dismissed, and the stale record of report.pdf goes instead of sending it to the Trash.
+    store->dismissExisting({{kept, download("kept.pdf"), "kept.pdf", 4},
+                            {thesis, download("thesis.pdf"), "thesis.pdf", 6}});
+    EXPECT_FALSE(store->record(9));
+    ASSERT_TRUE(store->recordFor(thesis));
+    EXPECT_EQ(store->recordFor(thesis)->state, FileState::dismissed);
+    const auto expired = store->fetchExpired();
+    ASSERT_EQ(expired.size(), 1u);
+    EXPECT_EQ(expired[0].id, 7);
+    EXPECT_GT(store->insertNew({12345}, download("x"), "x", 1), 40); // ids are never handed out again
+
+    // A row with a state this version does not know never holds an inode.
+    ASSERT_TRUE(RawConnection(oldStore).exec("UPDATE tracked_file SET state = 'archived' WHERE inode = 12345"));
+    EXPECT_FALSE(store->isTracked({12345}));
+    EXPECT_GT(store->insertNew({12345}, download("x"), "x", 1), 0);
 }
 
 TEST_F(TrackedFileStoreTest, NewRecordsStartUnprocessedAndIdsAreNeverReused)
@@ -136,10 +187,10 @@ TEST_F(TrackedFileStoreTest, NewRecordsStartUnprocessedAndIdsAreNeverReused)
     EXPECT_EQ(file->detectedAt, clock.now());
     EXPECT_FALSE(file->markedTemporaryAt);
     EXPECT_FALSE(file->expiresAt);
-    EXPECT_TRUE(store->isTracked(file->inode));
+    EXPECT_TRUE(store->isTracked(file->identity()));
 
     // A second record for an inode already present is refused by the unique constraint.
-    EXPECT_EQ(store->insertNew(file->inode, download("other"), "other", 1), 0);
+    EXPECT_EQ(store->insertNew(file->identity(), download("other"), "other", 1), 0);
 
     const RecordId second = track("b.pdf");
     store->removeRecord(second);
@@ -177,25 +228,25 @@ TEST_F(TrackedFileStoreTest, MarkTemporaryUsesTheDefaultExpiryAndRestartsTheTime
 TEST_F(TrackedFileStoreTest, ActiveInodeSkipsDismissedRecordsAtThePath)
 {
     const QByteArray path = download("a.zip");
-    store->dismissExisting({{11, path, "a.zip", 5}});
-    EXPECT_FALSE(store->activeInode(path));
+    store->dismissExisting({{{11}, path, "a.zip", 5}});
+    EXPECT_FALSE(store->activeIdentity(path));
 
-    const RecordId newer = store->insertNew(12, path, "a.zip", 6);
+    const RecordId newer = store->insertNew(FileIdentity{12}, path, "a.zip", 6);
     store->markTemporary(newer);
-    EXPECT_EQ(store->activeInode(path), 12u);
-    EXPECT_FALSE(store->activeInode(download("b.zip")));
+    EXPECT_EQ(store->activeIdentity(path), FileIdentity{12});
+    EXPECT_FALSE(store->activeIdentity(download("b.zip")));
 }
 
 TEST_F(TrackedFileStoreTest, DismissExistingUpdatesPlacesAndOnlyDismissesUndecidedRecords)
 {
-    const RecordId pending = store->insertNew(1, download("old1"), "old1", 1);
-    const RecordId temporary = store->insertNew(2, download("old2"), "old2", 2);
+    const RecordId pending = store->insertNew(FileIdentity{1}, download("old1"), "old1", 1);
+    const RecordId temporary = store->insertNew(FileIdentity{2}, download("old2"), "old2", 2);
     store->markTemporary(temporary, 600);
 
     store->dismissExisting({
-        {1, download("new1"), "new1", 10},
-        {2, download("new2"), "new2", 20},
-        {3, download("found"), "found", 30},
+        {{1}, download("new1"), "new1", 10},
+        {{2}, download("new2"), "new2", 20},
+        {{3}, download("found"), "found", 30},
     });
 
     auto file = store->record(pending);
@@ -213,12 +264,12 @@ TEST_F(TrackedFileStoreTest, DismissExistingUpdatesPlacesAndOnlyDismissesUndecid
 
 TEST_F(TrackedFileStoreTest, ReplacedAndRenamedFilesKeepTheirDecision)
 {
-    const RecordId id = store->insertNew(1, download("a.txt"), "a.txt", 3);
+    const RecordId id = store->insertNew(FileIdentity{1}, download("a.txt"), "a.txt", 3);
     const auto expiry = store->markTemporary(id, 3600);
 
-    store->replaceInode(1, 2, download("a.txt"), "a.txt", 4);
-    store->updatePath(2, download("b.txt"), "b.txt");
-    store->replaceInode(99, 100, download("x"), "x", 1); // unknown: nothing happens
+    store->replaceIdentity({1}, {2}, download("a.txt"), "a.txt", 4);
+    store->updatePath({2}, download("b.txt"), "b.txt");
+    store->replaceIdentity({99}, {100}, download("x"), "x", 1); // unknown: nothing happens
 
     const auto file = store->record(id);
     ASSERT_TRUE(file);
@@ -228,17 +279,17 @@ TEST_F(TrackedFileStoreTest, ReplacedAndRenamedFilesKeepTheirDecision)
     EXPECT_EQ(file->fileSize, 4);
     EXPECT_EQ(file->state, FileState::temporary);
     EXPECT_EQ(file->expiresAt, expiry);
-    EXPECT_FALSE(store->isTracked(1));
-    EXPECT_FALSE(store->isTracked(100));
+    EXPECT_FALSE(store->isTracked({1}));
+    EXPECT_FALSE(store->isTracked({100}));
     EXPECT_EQ(store->allRecords().size(), 1u);
 }
 
 TEST_F(TrackedFileStoreTest, ExpiredMeansTemporaryWithADatePassedOrDueNow)
 {
-    const RecordId due = store->insertNew(1, download("due"), "due", 1);
-    const RecordId later = store->insertNew(2, download("later"), "later", 1);
-    const RecordId kept = store->insertNew(3, download("kept"), "kept", 1);
-    store->insertNew(4, download("undated"), "undated", 1);
+    const RecordId due = store->insertNew(FileIdentity{1}, download("due"), "due", 1);
+    const RecordId later = store->insertNew(FileIdentity{2}, download("later"), "later", 1);
+    const RecordId kept = store->insertNew(FileIdentity{3}, download("kept"), "kept", 1);
+    store->insertNew(FileIdentity{4}, download("undated"), "undated", 1);
     store->markTemporary(due, 60);
     store->markTemporary(later, 61);
     store->markTemporary(kept, 10);
@@ -253,7 +304,7 @@ TEST_F(TrackedFileStoreTest, ExpiredMeansTemporaryWithADatePassedOrDueNow)
     const auto expired = store->fetchExpired();
     ASSERT_EQ(expired.size(), 1u);
     EXPECT_EQ(expired[0].id, due);
-    EXPECT_EQ(expired[0].inode, 1u);
+    EXPECT_EQ(expired[0].identity.inode, 1u);
     EXPECT_EQ(expired[0].path, download("due"));
 
     const auto expiries = store->temporaryExpiries();
@@ -276,7 +327,7 @@ TEST_F(TrackedFileStoreTest, DismissingAndRemovingTakeTheTagOffButLeaveTheFile)
     EXPECT_EQ(file->expiresAt, expiry);
     EXPECT_TRUE(readTags(download("kept.pdf")).isEmpty());
 
-    store->removeRecordForInode(inodeOf(download("removed.pdf")));
+    store->removeRecordFor(identityOf(download("removed.pdf")));
     EXPECT_FALSE(store->record(removed));
     EXPECT_TRUE(readTags(download("removed.pdf")).isEmpty());
     EXPECT_TRUE(exists(download("removed.pdf")));
@@ -314,7 +365,7 @@ protected:
     RecordId temporaryArchive(const QByteArray &name, Seconds duration, const QByteArray &folder = {})
     {
         const QByteArray path = (folder.isEmpty() ? downloads : folder) + '/' + name;
-        const RecordId id = store->insertNew(writeFile(path), path, name, 100);
+        const RecordId id = (writeFile(path), store->insertNew(identityOf(path), path, name, 100));
         store->markTemporary(id, duration);
         clock.advance(1);
         return id;
@@ -323,7 +374,7 @@ protected:
     {
         const QByteArray path = download(name);
         EXPECT_EQ(::mkdir(path.constData(), 0755), 0);
-        return store->insertNew(inodeOf(path), path, name, 0);
+        return store->insertNew(identityOf(path), path, name, 0);
     }
 };
 
@@ -350,7 +401,7 @@ TEST_F(ArchiveInheritanceTest, NumberedCopiesPreferAnExactBaseAndOnlyFoldersInhe
     EXPECT_EQ(store->inheritArchiveExpiry(extractedFolder("photos 3")), store->record(first)->expiresAt);
 
     const QByteArray filePath = download("photos 4");
-    const RecordId file = store->insertNew(writeFile(filePath, "data"), filePath, "photos 4", 4);
+    const RecordId file = (writeFile(filePath, "data"), store->insertNew(identityOf(filePath), filePath, "photos 4", 4));
     EXPECT_FALSE(store->inheritArchiveExpiry(file));
     EXPECT_EQ(store->record(file)->state, FileState::unprocessed);
     EXPECT_FALSE(store->inheritArchiveExpiry(first + 1000));
