@@ -2,6 +2,7 @@
 // time the popover opens or the store changes while it is open. Half the records are
 // temporary (sorted by expiry), half dismissed files still in Downloads (each one lstat'ed).
 // Prints the time of the pure list building and of the whole read through a real SQLite store.
+#include "core/PosixFiles.h"
 #include "core/TrackedFileStore.h"
 #include "platform/fake/MemoryPreferences.h"
 #include "platform/fake/RecordingTrash.h"
@@ -48,13 +49,11 @@ struct Downloads {
             const QByteArray path = folder + '/' + name;
             const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
             ::close(fd);
-            struct stat status {};
-            ::lstat(path.constData(), &status);
-            if (i % 2 == 0) {
-                store->markTemporary(store->insertNew(identityAt(path).value_or(FileIdentity{}), path, name, 0), duration(random));
-            } else {
-                existing.push_back({identityAt(path).value_or(FileIdentity{}), path, name, 0});
-            }
+            const FileIdentity identity = identityAt(path).value_or(FileIdentity{});
+            if (i % 2 == 0)
+                store->markTemporary(store->insertNew(identity, path, name, 0), duration(random));
+            else
+                existing.push_back({identity, path, name, 0});
         }
         store->dismissExisting(existing);
     }

@@ -117,7 +117,9 @@ void burst(benchmark::State &state)
 
 // range(1) is the gap between downloads in milliseconds. range(2) says where the file is
 // written: 0 as a partial download beside its final name in Downloads (x.pdf.crdownload),
-// 1 outside Downloads, moved in when complete. The final rename is the moment measured.
+// 1 outside Downloads, moved in when complete, 2 in place under its final name as curl and
+// wget write (its writer's close is the moment measured; the file is offered after the
+// quiet period that follows). The final rename is the moment measured for the other two.
 // While events keep coming within the monitor's 0.3 s batching latency, the rename waits
 // for its batch: always at 50 files per second, and with a partial file also after a quiet
 // spell, since the partial file's own events open a batch. A file moved in after a quiet
@@ -126,7 +128,8 @@ void steadyLatency(benchmark::State &state)
 {
     const bool inMemory = state.range(0) != 0;
     const auto interval = std::chrono::milliseconds(state.range(1));
-    const bool movedIn = state.range(2) != 0;
+    const bool movedIn = state.range(2) == 1;
+    const bool inPlace = state.range(2) == 2;
     const int files = std::max(40, int(10'000 / state.range(1)));
     for (auto _ : state) {
         Rig rig(inMemory);
@@ -136,6 +139,11 @@ void steadyLatency(benchmark::State &state)
             std::this_thread::sleep_until(next);
             next += interval;
             const QByteArray name = "steady-" + QByteArray::number(i) + ".pdf";
+            if (inPlace) {
+                writeFile(rig.path(name));
+                renamedAt.push_back(Steady::now());
+                continue;
+            }
             const QByteArray partial = movedIn ? rig.stagingPath(name) : rig.path(name + ".crdownload");
             writeFile(partial);
             renamedAt.push_back(Steady::now());
@@ -176,6 +184,7 @@ BENCHMARK(steadyLatency)
     ->Args({1, 20, 0})
     ->Args({0, 350, 0})
     ->Args({0, 350, 1})
+    ->Args({0, 350, 2})
     ->Iterations(1)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);

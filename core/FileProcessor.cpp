@@ -70,6 +70,7 @@ FileProcessor::~FileProcessor()
         m_scheduler.cancel(pending.task);
     for (const PendingOffer &offer : std::as_const(m_pendingOffers))
         m_scheduler.cancel(offer.quiet);
+    m_scheduler.cancel(m_saveRetry);
 }
 
 void FileProcessor::start(std::shared_ptr<FileEventStream> events)
@@ -218,10 +219,81 @@ void FileProcessor::insertOrReplace(const FileIdentity &identity, const QByteArr
         }
         return;
     }
-    const RecordId id = ask([=](TrackedFileStore &store) { return store.insertNew(identity, path, name, size); });
-    qCDebug(lcProcessor).noquote() << QStringLiteral("  INSERTED: ") + displayText(name) + QStringLiteral(" (")
-            + (isFolder ? QStringLiteral("folder") : formatByteCount(size)) + QStringLiteral(")");
-    offerWhenComplete(id, identity, path, isFolder ? flags | FSEventFlags::closedAfterWrite : flags);
+    if (isFolder)
+        flags |= FSEventFlags::closedAfterWrite;
+    const UnsavedArrival arrival{identity, path, name, size, flags, isFolder};
+    if (!m_unsaved.empty()) {
+        m_unsaved.push_back(arrival); // after those that wait already, to keep the order
+        return;
+    }
+    if (!saveArrival(arrival)) {
+        m_unsaved.push_back(arrival);
+        scheduleSaveRetry();
+    }
+}
+
+bool FileProcessor::saveArrival(const UnsavedArrival &arrival)
+{
+    const RecordId id = ask([arrival](TrackedFileStore &store) {
+        return store.insertNew(arrival.identity, arrival.path, arrival.name, arrival.size);
+    });
+    if (id == 0) {
+        qCDebug(lcProcessor).noquote() << QStringLiteral("  NOT SAVED: ") + displayText(arrival.name)
+                + QStringLiteral(", kept until the store accepts it");
+        return false;
+    }
+    if (arrival.isRetroactiveFolder) {
+        qCDebug(lcProcessor).noquote() << QStringLiteral("  INSERTED (retroactive): ") + displayText(arrival.name)
+                + QStringLiteral(" (folder, had children arrive)");
+    } else {
+        qCDebug(lcProcessor).noquote() << QStringLiteral("  INSERTED: ") + displayText(arrival.name)
+                + QStringLiteral(" (") + (arrival.isFolder ? QStringLiteral("folder") : formatByteCount(arrival.size))
+                + QStringLiteral(")");
+    }
+    offerWhenComplete(id, arrival.identity, arrival.path, arrival.flags);
+    return true;
+}
+
+void FileProcessor::scheduleSaveRetry()
+{
+    // A locked store is tried again within seconds; a full or failing one less and less
+    // often, up to twice a minute, for as long as it takes.
+    m_saveRetryDelay = m_saveRetryDelay == 0 ? 1 : std::min<Seconds>(m_saveRetryDelay * 2, 30);
+    ++m_failedSaveRounds;
+    if (m_failedSaveRounds == storeTroubleRounds && m_onStoreTrouble)
+        m_onStoreTrouble(int(m_unsaved.size()));
+    m_scheduler.cancel(m_saveRetry);
+    m_saveRetry = m_scheduler.scheduleAfter(m_saveRetryDelay, m_executor, m_lifetime.guard([this] {
+        m_saveRetry = Scheduler::invalidTimer;
+        retryUnsaved();
+    }));
+}
+
+void FileProcessor::retryUnsaved()
+{
+    while (!m_unsaved.empty()) {
+        const UnsavedArrival &arrival = m_unsaved.front();
+        const auto status = statPath(arrival.path);
+        if (!status || status->identity() != arrival.identity) {
+            m_unsaved.pop_front(); // gone meanwhile: nothing to offer
+            continue;
+        }
+        UnsavedArrival current = arrival;
+        current.size = status->isDirectory ? 0 : status->size;
+        current.isRetroactiveFolder = false;
+        // Its writer may have closed it while it waited: a file that stays as it is over the
+        // quiet period counts as finished.
+        current.flags = FSEventFlags{FSEventFlags::created, FSEventFlags::closedAfterWrite};
+        if (!saveArrival(current)) {
+            scheduleSaveRetry();
+            return;
+        }
+        m_unsaved.pop_front();
+    }
+    if (m_failedSaveRounds >= storeTroubleRounds && m_onStoreTrouble)
+        m_onStoreTrouble(0);
+    m_saveRetryDelay = 0;
+    m_failedSaveRounds = 0;
 }
 
 bool FileProcessor::holdsOnlyPlaceholders(const QByteArray &folder)
@@ -335,10 +407,14 @@ void FileProcessor::insertRetroactiveFolder(const QByteArray &folder)
     const QByteArray name = fileNameOf(folder);
     if (isIgnorableName(name))
         return;
-    const RecordId id = ask([=](TrackedFileStore &store) { return store.insertNew(identity, folder, name, 0); });
-    qCDebug(lcProcessor).noquote() << QStringLiteral("  INSERTED (retroactive): ") + displayText(name)
-            + QStringLiteral(" (folder, had children arrive)");
-    offerWhenComplete(id, identity, folder, {FSEventFlags::created, FSEventFlags::closedAfterWrite});
+    const UnsavedArrival arrival{identity, folder, name, 0, {FSEventFlags::created, FSEventFlags::closedAfterWrite},
+                                 true, true};
+    if (!m_unsaved.empty()) {
+        m_unsaved.push_back(arrival);
+    } else if (!saveArrival(arrival)) {
+        m_unsaved.push_back(arrival);
+        scheduleSaveRetry();
+    }
 }
 
 void FileProcessor::rescan()
@@ -358,12 +434,14 @@ void FileProcessor::rescan()
         const FileIdentity identity = status->identity();
         if (ask([identity](TrackedFileStore &store) { return store.isTracked(identity); }))
             continue;
-        const std::int64_t size = status->isDirectory ? 0 : status->size;
-        const RecordId id = ask([=](TrackedFileStore &store) { return store.insertNew(identity, path, name, size); });
+        if (std::any_of(m_unsaved.begin(), m_unsaved.end(),
+                        [&](const UnsavedArrival &waiting) { return waiting.identity == identity; }))
+            continue;
         qCDebug(lcProcessor).noquote() << QStringLiteral("Tracked (rescan): ") + displayText(name);
         // Its writer's close may have been among the lost events: a file that stays as it is
         // over the quiet period counts as finished.
-        offerWhenComplete(id, identity, path, {FSEventFlags::created, FSEventFlags::closedAfterWrite});
+        insertOrReplace(identity, path, name, status->isDirectory ? 0 : status->size, status->isDirectory,
+                        {FSEventFlags::created, FSEventFlags::closedAfterWrite});
     }
 }
 
@@ -443,7 +521,9 @@ void FileProcessor::checkPending(const QByteArray &path)
     dropPendingOffer(path);
     if (status->isRegularFile)
         ask([identity, size = status->size](TrackedFileStore &store) { store.updateSize(identity, size); });
-    qCDebug(lcProcessor).noquote() << QStringLiteral("  COMPLETE: ") + displayText(fileNameOf(path));
+    qCDebug(lcProcessor).noquote() << QStringLiteral("  COMPLETE: %1 (%2 bytes)")
+                                          .arg(displayText(fileNameOf(path)))
+                                          .arg(status->isRegularFile ? status->size : 0);
     announce(id);
 }
 

@@ -10,6 +10,7 @@
 #include <QByteArray>
 #include <QHash>
 
+#include <deque>
 #include <functional>
 #include <memory>
 #include <unordered_set>
@@ -34,6 +35,10 @@ public:
     // Receives the id of every record created for a new item. Runs on the processor's
     // executor; the app's callback posts to the main thread.
     using NewFileCallback = std::function<void(RecordId)>;
+    // Told, on the processor's executor, when new downloads could not be saved for a while
+    // (with how many wait in memory), and with 0 once they all are.
+    using StoreTroubleCallback = std::function<void(int waiting)>;
+    static constexpr int storeTroubleRounds = 4; // failed tries before the user hears of it
 
     // A removal waits this long on the continuous clock, so that the new file of a safe save
     // can take the record over first.
@@ -47,6 +52,8 @@ public:
     ~FileProcessor();
     FileProcessor(const FileProcessor &) = delete;
     FileProcessor &operator=(const FileProcessor &) = delete;
+
+    void setStoreTroubleCallback(StoreTroubleCallback callback) { m_onStoreTrouble = std::move(callback); }
 
     // Consumes `events` on the processor's executor until the stream is finished.
     void start(std::shared_ptr<FileEventStream> events);
@@ -75,6 +82,20 @@ private:
         std::uint64_t ticket = 0; // the current quiet timer's; an older one that fires acts not
     };
 
+    // A new item the store could not save yet; saved later, in order, once.
+    struct UnsavedArrival {
+        FileIdentity identity;
+        QByteArray path;
+        QByteArray name;
+        std::int64_t size = 0;
+        FSEventFlags flags;
+        bool isFolder = false;
+        bool isRetroactiveFolder = false;
+    };
+
+    bool saveArrival(const UnsavedArrival &arrival);
+    void scheduleSaveRetry();
+    void retryUnsaved();
     std::optional<TrackedFile> knownRecord(const FileEvent &event, const std::optional<FileStatus> &status);
     void handleNewItem(const FileEvent &event, const QByteArray &name, const std::optional<FileStatus> &status);
     void handleKnownItem(const FileEvent &event, const QByteArray &name, const TrackedFile &record);
@@ -109,6 +130,11 @@ private:
     QHash<QByteArray, PendingRemoval> m_pendingRemovals; // by path
     QHash<QByteArray, PendingOffer> m_pendingOffers; // by path
     std::uint64_t m_offerTickets = 0;
+    std::deque<UnsavedArrival> m_unsaved;
+    Scheduler::TimerId m_saveRetry = Scheduler::invalidTimer;
+    Seconds m_saveRetryDelay = 0;
+    int m_failedSaveRounds = 0;
+    StoreTroubleCallback m_onStoreTrouble;
     Lifetime m_lifetime;
 };
 

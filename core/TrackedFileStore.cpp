@@ -417,22 +417,29 @@ std::optional<Date> TrackedFileStore::markTemporary(RecordId id, std::optional<S
     qCDebug(lcStore).noquote() << "markTemporary: " + displayText(file->fileName) + " prior=" + rawValue(prior)
                                       + " -> temporary, expires=" + dateDescription(expiresAt) + ", save="
                                       + (saved ? QStringLiteral("ok") : "FAIL: " + m_db->lastError());
-    addTemporaryTag(file->filePath);
-    if (saved)
-        notifyChanged();
+    if (!saved)
+        return std::nullopt; // not kept: the caller says so, and the file gets no tag
+    if (identityAt(file->filePath) == file->identity())
+        addTemporaryTag(file->filePath);
+    notifyChanged();
     return expiresAt;
 }
 
-void TrackedFileStore::markDismissed(RecordId id)
+bool TrackedFileStore::markDismissed(RecordId id)
 {
     const auto file = record(id);
     if (!file)
-        return;
+        return false;
     auto query = m_db->query("UPDATE tracked_file SET state = 'dismissed' WHERE id = ?");
-    const bool saved = query.bind(1, std::int64_t(id)).run();
-    removeTemporaryTag(file->filePath);
-    if (saved)
-        notifyChanged();
+    if (!query.bind(1, std::int64_t(id)).run()) {
+        qCDebug(lcStore).noquote() << "markDismissed: save FAILED for id=" + QString::number(id) + ": "
+                                          + m_db->lastError();
+        return false;
+    }
+    if (identityAt(file->filePath) == file->identity())
+        removeTemporaryTag(file->filePath);
+    notifyChanged();
+    return true;
 }
 
 bool TrackedFileStore::deleteRow(RecordId id)
@@ -457,7 +464,8 @@ std::optional<TrackedFile> TrackedFileStore::removeRecordAndTag(RecordId id)
     auto file = record(id);
     if (!file)
         return std::nullopt;
-    removeTemporaryTag(file->filePath);
+    if (identityAt(file->filePath) == file->identity())
+        removeTemporaryTag(file->filePath); // never from another file that took the name
     if (deleteRow(id))
         notifyChanged();
     return file;

@@ -78,8 +78,10 @@ public:
     // bring its size up to date.
     void updateSize(const FileIdentity &identity, std::int64_t size);
     void dismissExisting(const std::vector<DownloadFileSnapshot> &snapshots);
+    // Both answer whether the change was saved: none or false when the record is gone or the
+    // database refused the write (locked, full, damaged). Tags follow only a saved change.
     std::optional<Date> markTemporary(RecordId id, std::optional<Seconds> duration = std::nullopt);
-    void markDismissed(RecordId id);
+    bool markDismissed(RecordId id);
     void removeRecordFor(const FileIdentity &identity);
     void removeRecord(RecordId id);
     // Record and tag first, then the file to the Trash, so the events that the move causes

@@ -8,6 +8,7 @@
 #include <QFile>
 
 #include <atomic>
+#include <sys/xattr.h>
 
 using namespace dowsel;
 using namespace dowsel::testing;
@@ -303,6 +304,10 @@ TEST_F(CleanupServiceTest, RecordsOfVanishedFilesAreForgottenEveryFifteenMinutes
     ASSERT_EQ(::unlink(download("temporary.pdf").constData()), 0);
     // Saved over by another program: a new file renamed onto the name, so a new inode.
     ASSERT_NE(writeFile(download("replaced.tmp"), "other"), 0u);
+    const QByteArray tags = "Work,Dowsel: Temporary";
+    ASSERT_EQ(::setxattr(download("replaced.tmp").constData(), "user.xdg.tags", tags.constData(), size_t(tags.size()), 0),
+              0);
+    keep(replaced, 7200);
     ASSERT_EQ(::rename(download("replaced.tmp").constData(), download("replaced.pdf").constData()), 0);
 
     service->startStaleRecordPruning();
@@ -320,6 +325,8 @@ TEST_F(CleanupServiceTest, RecordsOfVanishedFilesAreForgottenEveryFifteenMinutes
     EXPECT_EQ(clock.pendingCount(), 1u) << "the deleted temporary file's timer is cancelled; the loop goes on";
     EXPECT_TRUE(log.lines().contains(QStringLiteral("Cleaned up stale record: deleted.pdf")));
     EXPECT_EQ(log.lines().count(QStringLiteral("Cleaned up stale record: replaced.pdf")), 1);
+    // Forgetting a record touches no file: the tags of the file that took the name stay.
+    EXPECT_EQ(readTags(download("replaced.pdf")), (QByteArrayList{"Work", "Dowsel: Temporary"}));
 
     ASSERT_EQ(::unlink(download("later.pdf").constData()), 0);
     advance(899);

@@ -10,7 +10,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace dowsel;
@@ -194,6 +196,83 @@ TEST_F(CrossDeviceMove, CopiesEveryByteThenRemovesTheSource)
     ASSERT_EQ(::stat(result.target.constData(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0640u);
     EXPECT_EQ(entriesOf(destination).size(), 2); // no temporary left over
+}
+
+TEST_F(CrossDeviceMove, ADownloadStillBeingWrittenIsNeverLost)
+{
+    // A writer in another process (curl, say) that holds the file open and adds to it while
+    // the user moves it to another drive: each try either leaves the source where it is or
+    // moves the finished file. Never a partial copy with the source gone.
+    const QByteArray path = sourcePath("growing.iso");
+    const QByteArray chunk = patternBytes(64 * 1024);
+    constexpr int chunks = 40;
+    int ready[2];
+    ASSERT_EQ(::pipe(ready), 0);
+    const pid_t writer = ::fork();
+    ASSERT_GE(writer, 0);
+    if (writer == 0) {
+        const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        (void)!::write(ready[1], "x", 1);
+        for (int i = 0; i < chunks && fd >= 0; ++i) {
+            (void)!::write(fd, chunk.constData(), size_t(chunk.size()));
+            ::usleep(10'000);
+        }
+        ::_exit(0);
+    }
+    char signal;
+    ASSERT_EQ(::read(ready[0], &signal, 1), 1);
+    ::close(ready[0]);
+    ::close(ready[1]);
+
+    int refused = 0;
+    MoveResult moved;
+    while (!moved.moved()) {
+        const MoveResult result = moveAcrossDevices(path, destinationFolder());
+        if (result.moved()) {
+            moved = result;
+            break;
+        }
+        ASSERT_TRUE(exists(path)) << result.error.toStdString();
+        ASSERT_FALSE(result.placed && !result.error.contains(QStringLiteral("stays where it is")))
+            << result.error.toStdString();
+        if (result.placed)
+            ::unlink(result.target.constData()); // a copy kept beside the original: try again
+        if (result.error.contains(QStringLiteral("still being written (")))
+            ++refused;
+        int status = 0;
+        if (::waitpid(writer, &status, WNOHANG) == writer) {
+            // Finished: the next try moves the whole file.
+            const MoveResult last = moveAcrossDevices(path, destinationFolder());
+            ASSERT_TRUE(last.moved()) << last.error.toStdString();
+            moved = last;
+        }
+    }
+    ::waitpid(writer, nullptr, 0);
+    EXPECT_GT(refused, 0) << "the writer was never seen";
+    EXPECT_FALSE(exists(path));
+    EXPECT_EQ(readFile(moved.target).size(), chunk.size() * chunks);
+}
+
+TEST_F(CrossDeviceMove, AFileChangedDuringTheCopyStaysBesideTheCopy)
+{
+    const QByteArray path = sourcePath("notes.txt");
+    writeFile(path, patternBytes(3 * 1024 * 1024));
+    bool appended = false;
+    const MoveResult result = moveAcrossDevices(path, destinationFolder(),
+                                                [&](const QByteArray &, std::int64_t, std::int64_t) {
+                                                    if (!appended) {
+                                                        const int fd = ::open(path.constData(), O_WRONLY | O_APPEND);
+                                                        (void)!::write(fd, "more", 4);
+                                                        ::close(fd);
+                                                        appended = true;
+                                                    }
+                                                    return true;
+                                                });
+    EXPECT_FALSE(result.moved());
+    EXPECT_TRUE(result.placed);
+    EXPECT_TRUE(result.error.contains(QStringLiteral("changed while it was copied"))) << result.error.toStdString();
+    EXPECT_EQ(readFile(path).size(), 3 * 1024 * 1024 + 4);
+    EXPECT_TRUE(exists(result.target));
 }
 
 TEST_F(CrossDeviceMove, InterruptedCopyLeavesTheSourceAndNoPartialFile)

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sqlite3.h>
+
 using namespace dowsel;
 using namespace dowsel::testing;
 
@@ -453,6 +455,37 @@ TEST_F(FileProcessorTest, RescanPicksUpWhatArrivedUnseen)
     EXPECT_EQ(db().recordFor(identityOf(download("missed.txt")))->fileSize, 5);
     EXPECT_EQ(db().recordFor(identityOf(download("missed folder")))->fileSize, 0);
     EXPECT_EQ(db().allRecords().size(), 3u);
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(FileProcessorTest, ArrivalsWhileTheStoreIsLockedAreSavedAfterwardsInOrderAndOnce)
+{
+    // Another program holds the database (sqlite3 with BEGIN EXCLUSIVE): the downloads that
+    // arrive meanwhile wait in memory and are saved, and offered, once it lets go.
+    sqlite3 *other = nullptr;
+    ASSERT_EQ(sqlite3_open(databasePath().toUtf8().constData(), &other), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(other, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr), SQLITE_OK);
+    const std::vector<QByteArray> names{"c first.txt", "a second.txt", "b third.txt"};
+    for (const QByteArray &name : names) {
+        writeFile(download(name), name);
+        event(download(name), {F::created, F::modified, F::closedAfterWrite, F::isFile});
+    }
+    clock.advance(1); // one more try, still locked
+    EXPECT_TRUE(announced.empty());
+    EXPECT_TRUE(traces.contains("  NOT SAVED: c first.txt, kept until the store accepts it"));
+
+    ASSERT_EQ(sqlite3_exec(other, "COMMIT", nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(other);
+    clock.advance(2 + completion::quietPeriod);
+    ASSERT_EQ(announced.size(), names.size());
+    for (std::size_t i = 0; i < names.size(); ++i)
+        EXPECT_EQ(db().record(announced[i])->fileName, names[i]);
+    clock.advance(60);
+    EXPECT_EQ(announced.size(), names.size());
+    EXPECT_EQ(db().allRecords().size(), names.size());
 }
 
 } // namespace
