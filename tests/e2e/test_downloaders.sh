@@ -20,11 +20,12 @@ URL="http://127.0.0.1:$(head -n 1 "$E2E_ROOT/port")"
 
 # offered NAME: how often NAME was offered (the processor's trace before the new-file call).
 offered() { grep -cF "  COMPLETE: $1 (" "$LOG" || true; }
+was_offered() { [ "$(offered "$1")" -ge 1 ]; }
 offered_size() { grep -F "  COMPLETE: $1 (" "$LOG" | head -n 1 | sed -E 's/.*\(([0-9]+) bytes\)$/\1/'; }
 records_named() { DB "select count(*) from tracked_file where file_name = $(sql_text "$1");"; }
 # expect_one NAME SIZE WHAT: NAME offered exactly once, with SIZE bytes, and recorded once.
 expect_one() {
-  wait_for 40 eval '[ "$(offered "$1")" -ge 1 ]' || fail "$3: $1 was never offered: $(grep -F "$1" "$LOG" | tail -n 5)"
+  wait_for 40 was_offered "$1" || fail "$3: $1 was never offered: $(grep -F "$1" "$LOG" | tail -n 5)"
   sleep 2 # room for a second, wrong offer
   [ "$(offered "$1")" -eq 1 ] || fail "$3: $1 offered $(offered "$1") times"
   [ "$(offered_size "$1")" = "$2" ] || fail "$3: $1 offered at $(offered_size "$1") bytes, not $2"
