@@ -1,0 +1,127 @@
+#!/usr/bin/env bash
+# Faults as a user's machine meets them, with the real binary, a real store and a stand-in
+# for the desktop's notification service on a private session bus: a garbage store (Dowsel
+# stops, says so on the desktop, leaves the file alone), a store with damaged pages (set
+# aside, a fresh store, the user told where the old one is), and a Trash that refuses on a
+# read-only volume (dowsel trash exits 1, the record stays, an expiry that cannot go is told).
+source "$(dirname "$0")/lib.sh"
+D="$HOME/Downloads"
+STORE="$XDG_DATA_HOME/dowsel/Sivra.sqlite"
+FAKE_NOTIFICATIONS=${FAKE_NOTIFICATIONS:-$(dirname "$DOWSEL")/tests/dowsel_fake_notifications}
+[ -x "$FAKE_NOTIFICATIONS" ] || fail "no fake notification service at $FAKE_NOTIFICATIONS (build dowsel_fake_notifications)"
+NOTICES="$E2E_ROOT/notices.jsonl"
+
+RO_MOUNT=""
+cleanup_mounts() { [ -z "$RO_MOUNT" ] || umount -l "$RO_MOUNT" 2>/dev/null || true; }
+trap 'cleanup_mounts; e2e_cleanup' EXIT
+
+e2e_start_x
+e2e_start_bus
+"$FAKE_NOTIFICATIONS" "$NOTICES" >"$E2E_ROOT/fake.log" 2>&1 &
+E2E_PIDS+=($!)
+wait_for 10 grep -q ready "$E2E_ROOT/fake.log" || fail "fake notification service: $(cat "$E2E_ROOT/fake.log")"
+
+# notice_field N FIELD: a field of the Nth notice received (1-based).
+notice_field() {
+  sed -n "$1p" "$NOTICES" | python3 -c 'import json, sys; print(json.loads(sys.stdin.read())[sys.argv[1]])' "$2"
+}
+notice_count() { [ -f "$NOTICES" ] && wc -l <"$NOTICES" || echo 0; }
+
+# --- a garbage store at start
+mkdir -p "$(dirname "$STORE")"
+head -c 20000 /dev/urandom >"$STORE"
+cp "$STORE" "$E2E_ROOT/garbage.copy"
+e2e_settings
+status=0
+timeout 30 "$DOWSEL" >"$E2E_ROOT/garbage.out" 2>"$E2E_ROOT/garbage.err" || status=$?
+[ $status -eq 1 ] || fail "a garbage store: exit status $status: $(cat "$E2E_ROOT/garbage.out" "$E2E_ROOT/garbage.err")"
+grep -qx "Failed to create ModelContainer: $STORE: file is not a database" "$E2E_ROOT/garbage.out" \
+  || fail "standard output: $(cat "$E2E_ROOT/garbage.out")"
+cmp -s "$STORE" "$E2E_ROOT/garbage.copy" || fail "the garbage store was changed"
+[ "$(ls "$(dirname "$STORE")")" = Sivra.sqlite ] || fail "files appeared beside it: $(ls "$(dirname "$STORE")")"
+[ "$(notice_count)" = 1 ] || fail "expected one notice, got: $(cat "$NOTICES" 2>/dev/null)"
+[ "$(notice_field 1 summary)" = "Dowsel could not start" ] || fail "summary: $(notice_field 1 summary)"
+notice_field 1 body | grep -qF "$STORE: file is not a database" || fail "body: $(notice_field 1 body)"
+notice_field 1 body | grep -q "left as it is" || fail "body: $(notice_field 1 body)"
+[ "$(notice_field 1 urgency)" = 2 ] || fail "not critical: $(sed -n 1p "$NOTICES")"
+pass "a garbage store: Dowsel stops with its line, tells the desktop, and leaves the file alone"
+rm -f "$STORE"
+
+# --- a store with damaged pages
+for i in $(seq 300); do echo "$i" >"$D/download-$i.txt"; done
+e2e_launch
+wait_for 10 eval '[ "$(record_count)" = 300 ]' || fail "the downloads were not recorded: $(record_count)"
+e2e_stop
+[ ! -e "$STORE-wal" ] || DB 'PRAGMA wal_checkpoint(TRUNCATE);' >/dev/null
+root=$(DB "select rootpage from sqlite_master where name = 'tracked_file'")
+page=$(DB "pragma page_size")
+python3 - "$STORE" "$root" "$page" <<'EOF'
+import sys
+path, root, size = sys.argv[1], int(sys.argv[2]), int(sys.argv[3])
+with open(path, "r+b") as f:
+    f.seek((root - 1) * size)
+    f.write(b"\xa5" * size)
+EOF
+cp "$STORE" "$E2E_ROOT/damaged.copy"
+echo new >"$D/arrived-while-stopped.txt"
+e2e_launch
+aside=$(ls "$XDG_DATA_HOME"/dowsel/Sivra.damaged-*.sqlite 2>/dev/null || true)
+[ -n "$aside" ] || fail "no set-aside store: $(ls "$XDG_DATA_HOME/dowsel")"
+cmp -s "$aside" "$E2E_ROOT/damaged.copy" || fail "the set-aside store is not the damaged file as it was"
+grep -q "^Damaged store $STORE moved to $aside: " "$E2E_ROOT/dowsel.log" || fail "no line on standard output: $(cat "$E2E_ROOT/dowsel.log")"
+[ "$(DB 'pragma quick_check')" = ok ] || fail "the new store is not sound"
+wait_for 10 eval '[ "$(record_count)" = 301 ]' || fail "Downloads was not recorded again: $(record_count) records"
+[ "$(state_of arrived-while-stopped.txt)" = dismissed ] || fail "not recorded as at a first start"
+wait_for 10 eval '[ "$(notice_count)" = 2 ]' || fail "no notice: $(cat "$NOTICES")"
+[ "$(notice_field 2 summary)" = "Dowsel started a new list of your downloads" ] || fail "summary: $(notice_field 2 summary)"
+notice_field 2 body | grep -qF "moved to $aside" || fail "body does not say where: $(notice_field 2 body)"
+pass "a damaged store is set aside whole, a fresh one records Downloads, and the user is told where the old one is"
+
+# --- a Trash that refuses: a read-only volume
+if [ "$(id -u)" = 0 ]; then
+  # root writes through permissions: only a read-only mount refuses it.
+  VOLUME="$E2E_ROOT/volume"
+  mkdir -p "$VOLUME"
+  if mount -t tmpfs -o size=4m tmpfs "$VOLUME" 2>"$E2E_ROOT/mount.err"; then
+    RO_MOUNT="$VOLUME"
+  else
+    echo "skip - the read-only Trash case needs to mount a tmpfs: $(cat "$E2E_ROOT/mount.err")"
+    e2e_stop
+    exit 0
+  fi
+fi
+e2e_stop
+# Downloads itself is the read-only volume, as a Downloads folder on a removable or network
+# disk is.
+if [ -n "$RO_MOUNT" ]; then
+  echo "XDG_DOWNLOAD_DIR=\"$RO_MOUNT\"" >"$XDG_CONFIG_HOME/user-dirs.dirs"
+  D="$RO_MOUNT"
+fi
+echo stays >"$D/stays.txt"
+echo expires >"$D/expires.txt"
+e2e_launch
+wait_for 10 is_tracked stays.txt || fail "stays.txt not recorded"
+"$DOWSEL" keep "$D/expires.txt" 3s >/dev/null || fail "keep expires.txt"
+if [ -n "$RO_MOUNT" ]; then
+  mount -o remount,ro "$RO_MOUNT" || fail "cannot make the volume read-only"
+else
+  chmod a-w "$D"
+fi
+status=0
+"$DOWSEL" trash "$D/stays.txt" >"$E2E_ROOT/out" 2>"$E2E_ROOT/err" || status=$?
+[ $status -eq 1 ] || fail "dowsel trash on a read-only volume exited $status: $(cat "$E2E_ROOT/out")"
+grep -q "^dowsel: cannot move stays.txt to the Trash: .*; it stays where it is, still tracked$" "$E2E_ROOT/err" \
+  || fail "unclear refusal: $(cat "$E2E_ROOT/err")"
+! grep -q "Moved" "$E2E_ROOT/out" || fail "it said it moved the file"
+[ -e "$D/stays.txt" ] || fail "the file is gone"
+[ "$(state_of stays.txt)" = dismissed ] || fail "the record is $(state_of stays.txt)"
+pass "dowsel trash exits 1 and says why when the Trash refuses; the record stays"
+
+wait_for 15 eval '[ "$(notice_count)" = 3 ]' || fail "no notice of the refused expiry: $(cat "$NOTICES")"
+[ "$(notice_field 3 summary)" = "A file could not go to the Trash" ] || fail "summary: $(notice_field 3 summary)"
+notice_field 3 body | grep -qF "expires.txt expired, but the Trash refused it: " || fail "body: $(notice_field 3 body)"
+[ -e "$D/expires.txt" ] || fail "the expired file is gone"
+pass "an expiry the Trash refused is told on the desktop"
+[ -z "$RO_MOUNT" ] || mount -o remount,rw "$RO_MOUNT"
+[ -n "$RO_MOUNT" ] || chmod u+w "$D"
+e2e_stop
