@@ -140,7 +140,9 @@ void AppState::replaceDamagedStore(const QString &damage)
     QPointer<AppState> self = this;
     m_trackedFileActor.call(
         [path = m_env.storePath, &clock = m_env.clock, &prefs = m_env.preferences,
-         &trash = m_env.trash](TrackedFileStore &store) { return dowsel::replaceDamagedStore(store, path, clock, prefs, trash); },
+         &trash = m_env.trash](TrackedFileStore &store) {
+            return dowsel::replaceDamagedStore(store, path, clock, prefs, trash);
+        },
         m_env.mainExecutor,
         [self, damage](StoreReplacement replaced) {
             if (!self)

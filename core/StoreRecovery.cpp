@@ -81,7 +81,8 @@ StoreCheck checkStoreFile(const QString &path)
 std::optional<QString> setAsideDamagedStore(const QString &path, Date when, QString *error)
 {
     const QFileInfo info(path);
-    const QString stamp = QDateTime::fromMSecsSinceEpoch(qint64(when * 1000)).toString(QStringLiteral("yyyy-MM-dd-HHmmss"));
+    const QString stamp =
+        QDateTime::fromMSecsSinceEpoch(qint64(when * 1000)).toString(QStringLiteral("yyyy-MM-dd-HHmmss"));
     const QString stem = info.absolutePath() + QLatin1Char('/') + info.completeBaseName() + QStringLiteral(".damaged-")
         + stamp;
     const QString suffix = info.suffix().isEmpty() ? QString() : QLatin1Char('.') + info.suffix();
@@ -135,8 +136,8 @@ OpenedStore openCheckedStore(const QString &path, const Clock &clock, const Pref
         }
         opened.damage = check.detail;
         opened.setAsidePath = *moved;
-        printFailure(QStringLiteral("Damaged store ") + path + QStringLiteral(" moved to ") + *moved + QStringLiteral(": ")
-                     + check.detail);
+        printFailure(QStringLiteral("Damaged store ") + path + QStringLiteral(" moved to ") + *moved
+                     + QStringLiteral(": ") + check.detail);
         break;
     }
     case StoreCheck::Health::healthy:

@@ -127,7 +127,8 @@ void ControlService::withRecord(const QByteArray &path, std::function<Answer(Tra
     const QDBusMessage request = message();
     // A NUL ends a path for the kernel: what follows it would be dropped without a word.
     if (path.contains('\0')) {
-        sendErrorReply(errorBadPath, QStringLiteral("%1: a path cannot hold a NUL byte").arg(displayText(path.left(path.indexOf('\0')))));
+        const QByteArray shown = path.left(path.indexOf('\0'));
+        sendErrorReply(errorBadPath, QStringLiteral("%1: a path cannot hold a NUL byte").arg(displayText(shown)));
         return;
     }
     if (!path.startsWith('/')) {
@@ -179,7 +180,8 @@ QString ControlService::Keep(const QByteArray &path, const QString &duration)
             return {};
         }
         if (!expiryFits(parsed->interval, m_clock.now())) {
-            sendErrorReply(errorBadDuration, QStringLiteral("\"%1\" is too long: a keep must end by the year 9999").arg(duration));
+            sendErrorReply(errorBadDuration,
+                           QStringLiteral("\"%1\" is too long: a keep must end by the year 9999").arg(duration));
             return {};
         }
         interval = parsed->interval;

@@ -17,6 +17,28 @@ trap 'cleanup_mounts; e2e_cleanup' EXIT
 
 e2e_start_x
 e2e_start_bus
+
+# --- a garbage store at start, with no notification service: Dowsel's own panel says it
+mkdir -p "$(dirname "$STORE")"
+head -c 20000 /dev/urandom >"$STORE"
+cp "$STORE" "$E2E_ROOT/garbage.copy"
+e2e_settings
+"$DOWSEL" >"$E2E_ROOT/panel.out" 2>&1 &
+pid=$!
+E2E_PIDS+=($pid)
+wait_for 15 eval 'panel=$(xdotool search --onlyvisible --name "^Dowsel\$" 2>/dev/null | head -n 1); [ -n "$panel" ]' \
+  || fail "no panel: $(cat "$E2E_ROOT/panel.out")"
+kill -0 $pid 2>/dev/null || fail "Dowsel left before the panel was closed"
+eval "$(xdotool getwindowgeometry --shell "$panel")"
+xdotool mousemove --window "$panel" $((WIDTH - 45)) $((HEIGHT - 25)) click 1
+status=0
+wait_for 10 eval '! kill -0 $pid 2>/dev/null' || fail "the Close button did not end it"
+wait $pid || status=$?
+[ $status -eq 1 ] || fail "exit status $status after the panel"
+grep -q "^Failed to create ModelContainer: $STORE: file is not a database" "$E2E_ROOT/panel.out" || fail "$(cat "$E2E_ROOT/panel.out")"
+cmp -s "$STORE" "$E2E_ROOT/garbage.copy" || fail "the garbage store was changed"
+pass "without a notification service a fatal start shows its own panel until it is closed"
+
 "$FAKE_NOTIFICATIONS" "$NOTICES" >"$E2E_ROOT/fake.log" 2>&1 &
 E2E_PIDS+=($!)
 wait_for 10 grep -q ready "$E2E_ROOT/fake.log" || fail "fake notification service: $(cat "$E2E_ROOT/fake.log")"
@@ -25,13 +47,11 @@ wait_for 10 grep -q ready "$E2E_ROOT/fake.log" || fail "fake notification servic
 notice_field() {
   sed -n "$1p" "$NOTICES" | python3 -c 'import json, sys; print(json.loads(sys.stdin.read())[sys.argv[1]])' "$2"
 }
+# notice_has N FIELD TEXT: the field of the Nth notice holds TEXT.
+notice_has() { [[ "$(notice_field "$1" "$2")" == *"$3"* ]]; }
 notice_count() { [ -f "$NOTICES" ] && wc -l <"$NOTICES" || echo 0; }
 
-# --- a garbage store at start
-mkdir -p "$(dirname "$STORE")"
-head -c 20000 /dev/urandom >"$STORE"
-cp "$STORE" "$E2E_ROOT/garbage.copy"
-e2e_settings
+# --- a garbage store at start, told through the desktop's notification service
 status=0
 timeout 30 "$DOWSEL" >"$E2E_ROOT/garbage.out" 2>"$E2E_ROOT/garbage.err" || status=$?
 [ $status -eq 1 ] || fail "a garbage store: exit status $status: $(cat "$E2E_ROOT/garbage.out" "$E2E_ROOT/garbage.err")"
@@ -41,8 +61,8 @@ cmp -s "$STORE" "$E2E_ROOT/garbage.copy" || fail "the garbage store was changed"
 [ "$(ls "$(dirname "$STORE")")" = Sivra.sqlite ] || fail "files appeared beside it: $(ls "$(dirname "$STORE")")"
 [ "$(notice_count)" = 1 ] || fail "expected one notice, got: $(cat "$NOTICES" 2>/dev/null)"
 [ "$(notice_field 1 summary)" = "Dowsel could not start" ] || fail "summary: $(notice_field 1 summary)"
-notice_field 1 body | grep -qF "$STORE: file is not a database" || fail "body: $(notice_field 1 body)"
-notice_field 1 body | grep -q "left as it is" || fail "body: $(notice_field 1 body)"
+notice_has 1 body "$STORE: file is not a database" || fail "body: $(notice_field 1 body)"
+notice_has 1 body "left as it is" || fail "body: $(notice_field 1 body)"
 [ "$(notice_field 1 urgency)" = 2 ] || fail "not critical: $(sed -n 1p "$NOTICES")"
 pass "a garbage store: Dowsel stops with its line, tells the desktop, and leaves the file alone"
 rm -f "$STORE"
@@ -74,7 +94,7 @@ wait_for 10 eval '[ "$(record_count)" = 301 ]' || fail "Downloads was not record
 [ "$(state_of arrived-while-stopped.txt)" = dismissed ] || fail "not recorded as at a first start"
 wait_for 10 eval '[ "$(notice_count)" = 2 ]' || fail "no notice: $(cat "$NOTICES")"
 [ "$(notice_field 2 summary)" = "Dowsel started a new list of your downloads" ] || fail "summary: $(notice_field 2 summary)"
-notice_field 2 body | grep -qF "moved to $aside" || fail "body does not say where: $(notice_field 2 body)"
+notice_has 2 body "moved to $aside" || fail "body does not say where: $(notice_field 2 body)"
 pass "a damaged store is set aside whole, a fresh one records Downloads, and the user is told where the old one is"
 
 # --- a Trash that refuses: a read-only volume
@@ -119,7 +139,7 @@ pass "dowsel trash exits 1 and says why when the Trash refuses; the record stays
 
 wait_for 15 eval '[ "$(notice_count)" = 3 ]' || fail "no notice of the refused expiry: $(cat "$NOTICES")"
 [ "$(notice_field 3 summary)" = "A file could not go to the Trash" ] || fail "summary: $(notice_field 3 summary)"
-notice_field 3 body | grep -qF "expires.txt expired, but the Trash refused it: " || fail "body: $(notice_field 3 body)"
+notice_has 3 body "expires.txt expired, but the Trash refused it: " || fail "body: $(notice_field 3 body)"
 [ -e "$D/expires.txt" ] || fail "the expired file is gone"
 pass "an expiry the Trash refused is told on the desktop"
 [ -z "$RO_MOUNT" ] || mount -o remount,rw "$RO_MOUNT"

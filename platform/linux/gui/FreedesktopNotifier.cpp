@@ -39,7 +39,10 @@ QDBusMessage notifyCall(const Notice &notice)
 
 } // namespace
 
-FreedesktopNotifier::FreedesktopNotifier(QDBusConnection bus, QObject *parent) : QObject(parent), m_bus(std::move(bus)) {}
+FreedesktopNotifier::FreedesktopNotifier(QDBusConnection bus, QObject *parent)
+    : QObject(parent), m_bus(std::move(bus))
+{
+}
 
 FreedesktopNotifier::~FreedesktopNotifier()
 {
@@ -62,7 +65,8 @@ void FreedesktopNotifier::send(const Notice &notice)
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, notice] {
         watcher->deleteLater();
         if (watcher->isError()) {
-            qCInfo(lcApp).noquote() << "No notification service (" + watcher->error().message() + "): showing the notice";
+            qCInfo(lcApp).noquote() << "No notification service (" + watcher->error().message()
+                                           + "): showing the notice";
             showPanel(notice);
         }
     });
