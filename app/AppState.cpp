@@ -47,12 +47,16 @@ AppState::AppState(AppEnvironment environment, std::unique_ptr<TrackedFileStore>
     m_cleanupService->setTrashFailureHandler(
         [this](const std::vector<TrashFailure> &failures) { tell(UserNotices::expiriesNotTrashed(failures)); });
     QPointer<AppState> self = this;
-    m_trackedFileActor.unsafeState().setDamageObserver([self, &main](const QString &damage) {
-        main.post([self, damage] {
-            if (self)
-                self->replaceDamagedStore(damage);
-        });
-    });
+    m_trackedFileActor
+        .call([self, &main](TrackedFileStore &store) {
+            store.setDamageObserver([self, &main](const QString &damage) {
+                main.post([self, damage] {
+                    if (self)
+                        self->replaceDamagedStore(damage);
+                });
+            });
+        })
+        .wait();
 }
 
 AppState::~AppState()
