@@ -49,6 +49,19 @@ notice_field() {
 }
 # notice_has N FIELD TEXT: the field of the Nth notice holds TEXT.
 notice_has() { [[ "$(notice_field "$1" "$2")" == *"$3"* ]]; }
+# Overwrites the root page of the records' table in the store file, as a failing disk would.
+damage_table_root() {
+  local root page
+  root=$(DB "select rootpage from sqlite_master where name = 'tracked_file'")
+  page=$(DB "pragma page_size")
+  python3 - "$STORE" "$root" "$page" <<'EOF'
+import sys
+path, root, size = sys.argv[1], int(sys.argv[2]), int(sys.argv[3])
+with open(path, "r+b") as f:
+    f.seek((root - 1) * size)
+    f.write(b"\xa5" * size)
+EOF
+}
 notice_count() { [ -f "$NOTICES" ] && wc -l <"$NOTICES" || echo 0; }
 
 # --- a garbage store at start, told through the desktop's notification service
@@ -73,19 +86,12 @@ e2e_launch
 wait_for 10 eval '[ "$(record_count)" = 300 ]' || fail "the downloads were not recorded: $(record_count)"
 e2e_stop
 [ ! -e "$STORE-wal" ] || DB 'PRAGMA wal_checkpoint(TRUNCATE);' >/dev/null
-root=$(DB "select rootpage from sqlite_master where name = 'tracked_file'")
-page=$(DB "pragma page_size")
-python3 - "$STORE" "$root" "$page" <<'EOF'
-import sys
-path, root, size = sys.argv[1], int(sys.argv[2]), int(sys.argv[3])
-with open(path, "r+b") as f:
-    f.seek((root - 1) * size)
-    f.write(b"\xa5" * size)
-EOF
+damage_table_root
 cp "$STORE" "$E2E_ROOT/damaged.copy"
 echo new >"$D/arrived-while-stopped.txt"
 e2e_launch
 aside=$(ls "$XDG_DATA_HOME"/dowsel/Sivra.damaged-*.sqlite 2>/dev/null || true)
+[ "$(wc -w <<<"$aside")" = 1 ] || fail "expected one set-aside store: $aside"
 [ -n "$aside" ] || fail "no set-aside store: $(ls "$XDG_DATA_HOME/dowsel")"
 cmp -s "$aside" "$E2E_ROOT/damaged.copy" || fail "the set-aside store is not the damaged file as it was"
 grep -q "^Damaged store $STORE moved to $aside: " "$E2E_ROOT/dowsel.log" || fail "no line on standard output: $(cat "$E2E_ROOT/dowsel.log")"
@@ -96,6 +102,23 @@ wait_for 10 eval '[ "$(notice_count)" = 2 ]' || fail "no notice: $(cat "$NOTICES
 [ "$(notice_field 2 summary)" = "Dowsel started a new list of your downloads" ] || fail "summary: $(notice_field 2 summary)"
 notice_has 2 body "moved to $aside" || fail "body does not say where: $(notice_field 2 body)"
 pass "a damaged store is set aside whole, a fresh one records Downloads, and the user is told where the old one is"
+
+# --- pages damaged under a running Dowsel: another program's write makes it read them again
+wait_for 10 eval '[ "$(DB "PRAGMA wal_checkpoint(TRUNCATE)")" = "0|0|0" ]' || fail "cannot checkpoint the store"
+damage_table_root
+DB 'CREATE TABLE e2e_poke (x); DROP TABLE e2e_poke;'
+echo later >"$D/after-damage.txt"
+"$DOWSEL" list >/dev/null 2>&1 || true
+wait_for 15 eval '[ "$(ls "$XDG_DATA_HOME"/dowsel/Sivra.damaged-*.sqlite | wc -l)" = 2 ]' \
+  || fail "the store damaged while running was not set aside: $(ls "$XDG_DATA_HOME/dowsel")"
+kill -0 "$DOWSEL_PID" || fail "Dowsel died"
+wait_for 10 eval '[ "$(notice_count)" = 3 ]' || fail "no notice: $(cat "$NOTICES")"
+[ "$(notice_field 3 summary)" = "Dowsel started a new list of your downloads" ] || fail "summary: $(notice_field 3 summary)"
+wait_for 10 eval '[ "$(record_count)" = 302 ]' || fail "Downloads was not recorded again: $(record_count) records"
+[ "$(DB 'pragma quick_check')" = ok ] || fail "the new store is not sound"
+"$DOWSEL" keep "$D/after-damage.txt" 1h >/dev/null || fail "the new store does not take a keep"
+[ "$(state_of after-damage.txt)" = temporary ] || fail "after-damage.txt is $(state_of after-damage.txt)"
+pass "a store damaged while Dowsel runs is set aside and replaced, and Dowsel goes on"
 
 # --- a Trash that refuses: a read-only volume
 if [ "$(id -u)" = 0 ]; then
@@ -137,9 +160,9 @@ grep -q "^dowsel: cannot move stays.txt to the Trash: .*; it stays where it is, 
 [ "$(state_of stays.txt)" = dismissed ] || fail "the record is $(state_of stays.txt)"
 pass "dowsel trash exits 1 and says why when the Trash refuses; the record stays"
 
-wait_for 15 eval '[ "$(notice_count)" = 3 ]' || fail "no notice of the refused expiry: $(cat "$NOTICES")"
-[ "$(notice_field 3 summary)" = "A file could not go to the Trash" ] || fail "summary: $(notice_field 3 summary)"
-notice_has 3 body "expires.txt expired, but the Trash refused it: " || fail "body: $(notice_field 3 body)"
+wait_for 15 eval '[ "$(notice_count)" = 4 ]' || fail "no notice of the refused expiry: $(cat "$NOTICES")"
+[ "$(notice_field 4 summary)" = "A file could not go to the Trash" ] || fail "summary: $(notice_field 4 summary)"
+notice_has 4 body "expires.txt expired, but the Trash refused it: " || fail "body: $(notice_field 4 body)"
 [ -e "$D/expires.txt" ] || fail "the expired file is gone"
 pass "an expiry the Trash refused is told on the desktop"
 [ -z "$RO_MOUNT" ] || mount -o remount,rw "$RO_MOUNT"
