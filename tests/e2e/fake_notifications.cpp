@@ -1,12 +1,11 @@
 // A stand-in for the desktop's notification service on a private session bus: it takes the
-// name org.freedesktop.Notifications and writes every Notify call it gets, one JSON object a
-// line, to the file named on its command line.
+// name org.freedesktop.Notifications and writes each Notify call it gets into the folder named
+// on its command line, as N.body, N.urgency, N.app and, last, N.summary (N counts from 1), so
+// that a shell script reads them with cat.
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QObject>
 #include <QVariantMap>
 
@@ -16,28 +15,22 @@ class FakeNotifications : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
 public:
-    explicit FakeNotifications(const QString &logPath) : m_log(logPath) {}
+    explicit FakeNotifications(const QString &folder) : m_folder(folder) {}
 
 public Q_SLOTS:
     uint Notify(const QString &appName, uint replacesId, const QString &appIcon, const QString &summary,
                 const QString &body, const QStringList &actions, const QVariantMap &hints, int expireTimeout)
     {
         Q_UNUSED(replacesId)
+        Q_UNUSED(appIcon)
         Q_UNUSED(actions)
-        const QJsonObject line{
-            {QStringLiteral("app"), appName},
-            {QStringLiteral("icon"), appIcon},
-            {QStringLiteral("summary"), summary},
-            {QStringLiteral("body"), body},
-            {QStringLiteral("urgency"), hints.value(QStringLiteral("urgency")).toInt()},
-            {QStringLiteral("timeout"), expireTimeout},
-        };
-        QFile file(m_log);
-        if (file.open(QIODevice::Append)) {
-            file.write(QJsonDocument(line).toJson(QJsonDocument::Compact) + '\n');
-            file.close();
-        }
-        return ++m_lastId;
+        Q_UNUSED(expireTimeout)
+        const uint id = m_lastId + 1;
+        write(id, "app", appName);
+        write(id, "body", body);
+        write(id, "urgency", QString::number(hints.value(QStringLiteral("urgency")).toInt()));
+        write(id, "summary", summary);
+        return m_lastId = id;
     }
     QStringList GetCapabilities() { return {QStringLiteral("body")}; }
     QString GetServerInformation(QString &vendor, QString &version, QString &specVersion)
@@ -50,7 +43,14 @@ public Q_SLOTS:
     void CloseNotification(uint) {}
 
 private:
-    QString m_log;
+    void write(uint id, const char *field, const QString &text)
+    {
+        QFile file(QStringLiteral("%1/%2.%3").arg(m_folder).arg(id).arg(QLatin1String(field)));
+        if (file.open(QIODevice::WriteOnly))
+            file.write(text.toUtf8());
+    }
+
+    QString m_folder;
     uint m_lastId = 0;
 };
 
@@ -58,7 +58,7 @@ int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
     if (argc != 2) {
-        std::fprintf(stderr, "usage: %s LOG\n", argv[0]);
+        std::fprintf(stderr, "usage: %s FOLDER\n", argv[0]);
         return 2;
     }
     FakeNotifications service(QString::fromLocal8Bit(argv[1]));

@@ -9,7 +9,8 @@ D="$HOME/Downloads"
 STORE="$XDG_DATA_HOME/dowsel/Sivra.sqlite"
 FAKE_NOTIFICATIONS=${FAKE_NOTIFICATIONS:-$(dirname "$DOWSEL")/tests/dowsel_fake_notifications}
 [ -x "$FAKE_NOTIFICATIONS" ] || fail "no fake notification service at $FAKE_NOTIFICATIONS (build dowsel_fake_notifications)"
-NOTICES="$E2E_ROOT/notices.jsonl"
+NOTICES="$E2E_ROOT/notices"
+mkdir -p "$NOTICES"
 
 RO_MOUNT=""
 cleanup_mounts() { [ -z "$RO_MOUNT" ] || umount -l "$RO_MOUNT" 2>/dev/null || true; }
@@ -43,10 +44,8 @@ pass "without a notification service a fatal start shows its own panel until it 
 E2E_PIDS+=($!)
 wait_for 10 grep -q ready "$E2E_ROOT/fake.log" || fail "fake notification service: $(cat "$E2E_ROOT/fake.log")"
 
-# notice_field N FIELD: a field of the Nth notice received (1-based).
-notice_field() {
-  sed -n "$1p" "$NOTICES" | python3 -c 'import json, sys; print(json.loads(sys.stdin.read())[sys.argv[1]])' "$2"
-}
+# notice_field N FIELD: a field (summary, body, urgency) of the Nth notice received.
+notice_field() { cat "$NOTICES/$1.$2"; }
 # notice_has N FIELD TEXT: the field of the Nth notice holds TEXT.
 notice_has() { [[ "$(notice_field "$1" "$2")" == *"$3"* ]]; }
 # Overwrites the root page of the records' table in the store file, as a failing disk would.
@@ -54,15 +53,9 @@ damage_table_root() {
   local root page
   root=$(DB "select rootpage from sqlite_master where name = 'tracked_file'")
   page=$(DB "pragma page_size")
-  python3 - "$STORE" "$root" "$page" <<'EOF'
-import sys
-path, root, size = sys.argv[1], int(sys.argv[2]), int(sys.argv[3])
-with open(path, "r+b") as f:
-    f.seek((root - 1) * size)
-    f.write(b"\xa5" * size)
-EOF
+  head -c "$page" /dev/zero | tr '\0' '\245' | dd of="$STORE" bs="$page" seek=$((root - 1)) count=1 iflag=fullblock conv=notrunc status=none
 }
-notice_count() { [ -f "$NOTICES" ] && wc -l <"$NOTICES" || echo 0; }
+notice_count() { find "$NOTICES" -name '*.summary' | wc -l; }
 
 # --- a garbage store at start, told through the desktop's notification service
 status=0
@@ -72,11 +65,11 @@ grep -qx "Failed to create ModelContainer: $STORE: file is not a database" "$E2E
   || fail "standard output: $(cat "$E2E_ROOT/garbage.out")"
 cmp -s "$STORE" "$E2E_ROOT/garbage.copy" || fail "the garbage store was changed"
 [ "$(ls "$(dirname "$STORE")")" = Sivra.sqlite ] || fail "files appeared beside it: $(ls "$(dirname "$STORE")")"
-[ "$(notice_count)" = 1 ] || fail "expected one notice, got: $(cat "$NOTICES" 2>/dev/null)"
+[ "$(notice_count)" = 1 ] || fail "expected one notice, got: $(ls "$NOTICES")"
 [ "$(notice_field 1 summary)" = "Dowsel could not start" ] || fail "summary: $(notice_field 1 summary)"
 notice_has 1 body "$STORE: file is not a database" || fail "body: $(notice_field 1 body)"
 notice_has 1 body "left as it is" || fail "body: $(notice_field 1 body)"
-[ "$(notice_field 1 urgency)" = 2 ] || fail "not critical: $(sed -n 1p "$NOTICES")"
+[ "$(notice_field 1 urgency)" = 2 ] || fail "not critical: $(notice_field 1 urgency)"
 pass "a garbage store: Dowsel stops with its line, tells the desktop, and leaves the file alone"
 rm -f "$STORE"
 
@@ -98,7 +91,7 @@ grep -q "^Damaged store $STORE moved to $aside: " "$E2E_ROOT/dowsel.log" || fail
 [ "$(DB 'pragma quick_check')" = ok ] || fail "the new store is not sound"
 wait_for 10 eval '[ "$(record_count)" = 301 ]' || fail "Downloads was not recorded again: $(record_count) records"
 [ "$(state_of arrived-while-stopped.txt)" = dismissed ] || fail "not recorded as at a first start"
-wait_for 10 eval '[ "$(notice_count)" = 2 ]' || fail "no notice: $(cat "$NOTICES")"
+wait_for 10 eval '[ "$(notice_count)" = 2 ]' || fail "no notice: $(ls "$NOTICES")"
 [ "$(notice_field 2 summary)" = "Dowsel started a new list of your downloads" ] || fail "summary: $(notice_field 2 summary)"
 notice_has 2 body "moved to $aside" || fail "body does not say where: $(notice_field 2 body)"
 pass "a damaged store is set aside whole, a fresh one records Downloads, and the user is told where the old one is"
@@ -112,7 +105,7 @@ echo later >"$D/after-damage.txt"
 wait_for 15 eval '[ "$(ls "$XDG_DATA_HOME"/dowsel/Sivra.damaged-*.sqlite | wc -l)" = 2 ]' \
   || fail "the store damaged while running was not set aside: $(ls "$XDG_DATA_HOME/dowsel")"
 kill -0 "$DOWSEL_PID" || fail "Dowsel died"
-wait_for 10 eval '[ "$(notice_count)" = 3 ]' || fail "no notice: $(cat "$NOTICES")"
+wait_for 10 eval '[ "$(notice_count)" = 3 ]' || fail "no notice: $(ls "$NOTICES")"
 [ "$(notice_field 3 summary)" = "Dowsel started a new list of your downloads" ] || fail "summary: $(notice_field 3 summary)"
 wait_for 10 eval '[ "$(record_count)" = 302 ]' || fail "Downloads was not recorded again: $(record_count) records"
 [ "$(DB 'pragma quick_check')" = ok ] || fail "the new store is not sound"
@@ -160,7 +153,7 @@ grep -q "^dowsel: cannot move stays.txt to the Trash: .*; it stays where it is, 
 [ "$(state_of stays.txt)" = dismissed ] || fail "the record is $(state_of stays.txt)"
 pass "dowsel trash exits 1 and says why when the Trash refuses; the record stays"
 
-wait_for 15 eval '[ "$(notice_count)" = 4 ]' || fail "no notice of the refused expiry: $(cat "$NOTICES")"
+wait_for 15 eval '[ "$(notice_count)" = 4 ]' || fail "no notice of the refused expiry: $(ls "$NOTICES")"
 [ "$(notice_field 4 summary)" = "A file could not go to the Trash" ] || fail "summary: $(notice_field 4 summary)"
 notice_has 4 body "expires.txt expired, but the Trash refused it: " || fail "body: $(notice_field 4 body)"
 [ -e "$D/expires.txt" ] || fail "the expired file is gone"
