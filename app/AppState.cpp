@@ -2,11 +2,14 @@
 
 #include "app/DownloadsFolder.h"
 #include "app/LoginItem.h"
+#include "app/UserNotices.h"
 #include "core/DownloadTracker.h"
 #include "core/Logging.h"
+#include "core/StoreRecovery.h"
 #include "expiry/CleanupService.h"
 #include "move/FolderIndex.h"
 #include "move/MoveMRU.h"
+#include "platform/Notifier.h"
 #include "platform/Preferences.h"
 #include "platform/linux/InotifyFolderWatcher.h"
 #include "toast/FileMover.h"
@@ -40,6 +43,20 @@ AppState::AppState(AppEnvironment environment, std::unique_ptr<TrackedFileStore>
                                                               toast->handleNewFile(id);
                                                       });
                                                   });
+
+    m_cleanupService->setTrashFailureHandler(
+        [this](const std::vector<TrashFailure> &failures) { tell(UserNotices::expiriesNotTrashed(failures)); });
+    QPointer<AppState> self = this;
+    m_trackedFileActor
+        .call([self, &main](TrackedFileStore &store) {
+            store.setDamageObserver([self, &main](const QString &damage) {
+                main.post([self, damage] {
+                    if (self)
+                        self->replaceDamagedStore(damage);
+                });
+            });
+        })
+        .wait();
 }
 
 AppState::~AppState()
@@ -111,6 +128,43 @@ void AppState::finishCoreStart(std::function<void()> done)
                 done();
         });
     });
+}
+
+void AppState::tell(const Notice &notice)
+{
+    if (m_env.notifier)
+        m_env.notifier->notify(notice);
+}
+
+void AppState::replaceDamagedStore(const QString &damage)
+{
+    if (m_replacingStore || m_env.storePath.isEmpty())
+        return;
+    m_replacingStore = true;
+    QPointer<AppState> self = this;
+    m_trackedFileActor.call(
+        [path = m_env.storePath, &clock = m_env.clock, &prefs = m_env.preferences,
+         &trash = m_env.trash](TrackedFileStore &store) {
+            return dowsel::replaceDamagedStore(store, path, clock, prefs, trash);
+        },
+        m_env.mainExecutor,
+        [self, damage](StoreReplacement replaced) {
+            if (!self)
+                return;
+            self->m_replacingStore = false;
+            if (replaced.inMemory) {
+                printFailure(QStringLiteral("Damaged store ") + self->m_env.storePath + QStringLiteral(": ") + damage
+                             + QStringLiteral("; keeping records in memory: ") + replaced.error);
+                self->tell(UserNotices::storeInMemory(damage, replaced.error));
+            } else {
+                printFailure(QStringLiteral("Damaged store ") + self->m_env.storePath + QStringLiteral(" moved to ")
+                             + replaced.setAsidePath + QStringLiteral(": ") + damage);
+                self->tell(UserNotices::storeReplaced(damage, replaced.setAsidePath));
+            }
+            // As at a first start: what is in Downloads now never gets a toast.
+            if (self->m_coreStarted)
+                self->scanAndDismissExisting([] {});
+        });
 }
 
 void AppState::openAppSettings()

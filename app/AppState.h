@@ -16,6 +16,8 @@ class DownloadTracker;
 class FileMover;
 class FolderIndex;
 class MoveMRU;
+class Notifier;
+struct Notice;
 class Preferences;
 class ProcessLauncher;
 class ToastController;
@@ -42,6 +44,8 @@ struct AppEnvironment {
     QByteArray downloadsPath;
     QByteArray homePath;
     QString executablePath; // for the autostart entry
+    Notifier *notifier = nullptr; // desktop notifications; none in tests
+    QString storePath;            // where a damaged store is replaced while running
 };
 
 // Creates every long-lived service, wires them together and starts the core services once
@@ -60,6 +64,8 @@ public:
     void startCoreServices(std::function<void()> done = {});
     // Asks the popover to open on its settings page.
     void openAppSettings();
+    // Tells the user on the desktop (see UserNotices for the texts). Any thread.
+    void tell(const Notice &notice);
 
     bool isRunning() const { return m_isRunning; }
     bool coreStarted() const { return m_coreStarted; }
@@ -85,6 +91,9 @@ Q_SIGNALS:
 private:
     void scanAndDismissExisting(std::function<void()> next);
     void finishCoreStart(std::function<void()> done);
+    // The store found its file damaged: set it aside, continue on a fresh one, record
+    // Downloads again as at a first start, and tell the user.
+    void replaceDamagedStore(const QString &damage);
 
     AppEnvironment m_env;
     // Workers first: they outlive the services that post to them.
@@ -105,6 +114,7 @@ private:
     bool m_isRunning = false;
     bool m_coreStarted = false;
     bool m_openSettingsOnShow = false;
+    bool m_replacingStore = false;
 };
 
 } // namespace dowsel

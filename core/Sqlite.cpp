@@ -4,7 +4,16 @@
 
 namespace dowsel::sqlite {
 
-Query::Query(sqlite3_stmt *statement) : m_statement(statement), m_ok(statement != nullptr) {}
+bool isDamageCode(int resultCode)
+{
+    const int primary = resultCode & 0xff;
+    return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB;
+}
+
+Query::Query(sqlite3_stmt *statement, Database *owner)
+    : m_statement(statement), m_owner(owner), m_ok(statement != nullptr)
+{
+}
 
 Query::~Query()
 {
@@ -57,6 +66,8 @@ bool Query::step()
     if (rc == SQLITE_ROW)
         return true;
     m_ok = rc == SQLITE_DONE;
+    if (!m_ok && m_owner)
+        m_owner->noteResult(rc);
     return false;
 }
 
@@ -91,6 +102,30 @@ QByteArray Query::bytes(int column) const
     return QByteArray(data, size);
 }
 
+namespace {
+
+sqlite3 *openConnection(const QString &path, int flags, QString *error)
+{
+    sqlite3 *db = nullptr;
+    const int rc = sqlite3_open_v2(path.toUtf8().constData(), &db, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+    if (rc != SQLITE_OK) {
+        if (error)
+            *error = db ? QString::fromUtf8(sqlite3_errmsg(db)) : QString::fromUtf8(sqlite3_errstr(rc));
+        sqlite3_close(db);
+        return nullptr;
+    }
+    sqlite3_extended_result_codes(db, 1);
+    return db;
+}
+
+} // namespace
+
+std::unique_ptr<Database> Database::openReadOnly(const QString &path, QString *error)
+{
+    sqlite3 *db = openConnection(path, SQLITE_OPEN_READONLY, error);
+    return db ? std::unique_ptr<Database>(new Database(db)) : nullptr;
+}
+
 std::unique_ptr<Database> Database::open(const QString &path, bool create, QString *error)
 {
     sqlite3 *db = nullptr;
@@ -118,16 +153,44 @@ Query Database::query(const char *sql)
     auto it = m_statements.find(sql);
     if (it == m_statements.end()) {
         sqlite3_stmt *statement = nullptr;
-        if (sqlite3_prepare_v3(m_db, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr) != SQLITE_OK)
-            return Query(nullptr);
+        const int rc = sqlite3_prepare_v3(m_db, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
+        if (rc != SQLITE_OK) {
+            noteResult(rc);
+            return Query(nullptr, this);
+        }
         it = m_statements.emplace(sql, statement).first;
     }
-    return Query(it->second);
+    return Query(it->second, this);
 }
 
 bool Database::exec(const char *sql)
 {
-    return sqlite3_exec(m_db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+    const int rc = sqlite3_exec(m_db, sql, nullptr, nullptr, nullptr);
+    if (rc != SQLITE_OK)
+        noteResult(rc);
+    return rc == SQLITE_OK;
+}
+
+void Database::setDamageHandler(std::function<void(const QString &)> handler)
+{
+    m_damageHandler = std::move(handler);
+}
+
+void Database::noteResult(int resultCode)
+{
+    if (!isDamageCode(resultCode) || m_damaged)
+        return;
+    m_damaged = true;
+    // Closing must not checkpoint the journal into a damaged file: both are set aside as
+    // they are.
+    sqlite3_db_config(m_db, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    if (m_damageHandler)
+        m_damageHandler(QString::fromUtf8(sqlite3_errstr(resultCode)));
+}
+
+int Database::lastErrorCode() const
+{
+    return sqlite3_errcode(m_db) & 0xff;
 }
 
 std::optional<std::int64_t> Database::scalar(const char *sql)

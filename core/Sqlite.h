@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -16,9 +17,11 @@ namespace dowsel::sqlite {
 
 // One use of a cached prepared statement: binds, steps, reads columns, and resets the
 // statement when it goes out of scope, so no read snapshot outlives the query.
+class Database;
+
 class Query {
 public:
-    explicit Query(sqlite3_stmt *statement);
+    Query(sqlite3_stmt *statement, Database *owner);
     ~Query();
     Query(const Query &) = delete;
     Query &operator=(const Query &) = delete;
@@ -45,8 +48,13 @@ public:
 
 private:
     sqlite3_stmt *m_statement;
+    Database *m_owner;
     bool m_ok;
 };
+
+// SQLite's verdict that a file is damaged (SQLITE_CORRUPT) or is no database at all
+// (SQLITE_NOTADB); extended codes included.
+bool isDamageCode(int resultCode);
 
 // An open database connection with a cache of prepared statements, keyed by their SQL.
 class Database {
@@ -54,6 +62,9 @@ public:
     // Opens an existing database or creates one when `create` is set. Null and `error` set
     // when SQLite refuses.
     static std::unique_ptr<Database> open(const QString &path, bool create, QString *error);
+    // Opens an existing database for reading only: no checkpoint, no journal replay into the
+    // file, nothing written.
+    static std::unique_ptr<Database> openReadOnly(const QString &path, QString *error);
     ~Database();
     Database(const Database &) = delete;
     Database &operator=(const Database &) = delete;
@@ -67,14 +78,26 @@ public:
     std::int64_t lastInsertRowId() const;
     // Rows changed by the last INSERT, UPDATE or DELETE.
     int changes() const;
+    // The primary result code of the last failed call (SQLITE_BUSY, SQLITE_CORRUPT, ...).
+    int lastErrorCode() const;
     bool isReadOnly() const;
     sqlite3 *handle() const { return m_db; }
+
+    // `handler` runs once, from inside the call that first finds the file damaged; it must
+    // not use the connection itself (queue the repair instead). From then on the connection
+    // leaves the file and its journal as they are when it closes.
+    void setDamageHandler(std::function<void(const QString &reason)> handler);
+    bool isDamaged() const { return m_damaged; }
+    // Every result code of the connection's calls comes through here.
+    void noteResult(int resultCode);
 
 private:
     explicit Database(sqlite3 *db) : m_db(db) {}
 
     sqlite3 *m_db;
     std::map<std::string, sqlite3_stmt *> m_statements;
+    std::function<void(const QString &)> m_damageHandler;
+    bool m_damaged = false;
 };
 
 // BEGIN IMMEDIATE ... COMMIT; rolled back when dropped without `commit()`.

@@ -408,7 +408,7 @@ std::optional<Date> TrackedFileStore::markTemporary(RecordId id, std::optional<S
     const FileState prior = file->state;
     const Date markedAt = m_clock.now();
     const Seconds interval = duration ? *duration : defaultExpiryInterval(m_prefs);
-    const Date expiresAt = m_clock.now() + interval;
+    const Date expiresAt = std::min(m_clock.now() + interval, latestExpiryDate);
 
     auto query = m_db->query("UPDATE tracked_file SET state = 'temporary', marked_temporary_at = ?, expires_at = ? "
                              "WHERE id = ?");
@@ -477,18 +477,30 @@ void TrackedFileStore::forgetRecord(RecordId id)
         notifyChanged();
 }
 
-void TrackedFileStore::deleteNow(RecordId id)
+std::optional<QString> TrackedFileStore::deleteNow(RecordId id)
 {
-    const auto file = removeRecordAndTag(id);
+    const auto file = record(id);
     if (!file)
-        return;
-    // Only the record's own file goes: another file that took the name stays.
-    if (identityAt(file->filePath) != file->identity())
-        return;
-    if (const auto error = m_trash.moveToTrash(file->filePath)) {
+        return std::nullopt;
+    // Only the record's own file goes: another file that took the name stays, and the record
+    // of a file that is gone is forgotten.
+    if (identityAt(file->filePath) != file->identity()) {
+        removeRecordAndTag(id);
+        return std::nullopt;
+    }
+    // The store's worker runs this to its end before the processor can ask about the events
+    // that the move causes, so they still find no record.
+    removeTemporaryTag(file->filePath);
+    if (auto error = m_trash.moveToTrash(file->filePath)) {
         qCDebug(lcStore).noquote() << "deleteNow: recycle failed for " + displayText(fileNameOf(file->filePath)) + ": "
                                           + *error;
+        if (file->state == FileState::temporary)
+            addTemporaryTag(file->filePath);
+        return error;
     }
+    if (deleteRow(id))
+        notifyChanged();
+    return std::nullopt;
 }
 
 std::optional<Date> TrackedFileStore::inheritArchiveExpiry(RecordId id)
@@ -527,6 +539,29 @@ std::optional<Date> TrackedFileStore::inheritArchiveExpiry(RecordId id)
     qCDebug(lcStore).noquote() << "inheritArchiveExpiry: " + displayText(name) + " inherits expiry "
                                       + dateDescription(expiry) + " from " + displayText(chosen->fileName);
     return expiry;
+}
+
+void TrackedFileStore::setDamageObserver(std::function<void(const QString &)> observer)
+{
+    m_damaged = std::move(observer);
+    m_db->setDamageHandler([this](const QString &reason) {
+        if (m_damaged)
+            m_damaged(reason);
+    });
+}
+
+void TrackedFileStore::replaceDatabase(const std::function<std::unique_ptr<TrackedFileStore>()> &reopen)
+{
+    const auto lastId = m_db->scalar("SELECT seq FROM sqlite_sequence WHERE name = 'tracked_file'");
+    m_db.reset();
+    m_db = std::move(reopen()->m_db);
+    if (lastId && *lastId > 0) {
+        auto seed = m_db->query("INSERT INTO sqlite_sequence (name, seq) SELECT 'tracked_file', ? "
+                                "WHERE NOT EXISTS (SELECT 1 FROM tracked_file)");
+        seed.bind(1, *lastId).run();
+    }
+    setDamageObserver(std::move(m_damaged));
+    notifyChanged();
 }
 
 void TrackedFileStore::notifyChanged()

@@ -84,9 +84,10 @@ public:
     bool markDismissed(RecordId id);
     void removeRecordFor(const FileIdentity &identity);
     void removeRecord(RecordId id);
-    // Record and tag first, then the file to the Trash, so the events that the move causes
-    // find no record.
-    void deleteNow(RecordId id);
+    // The file to the Trash now, then its record. When the Trash refuses, the record and its
+    // tag stay and the reason is returned; nothing is returned when the file went (or was
+    // already gone) or when there is no such record.
+    std::optional<QString> deleteNow(RecordId id);
     // An extracted folder next to a temporary archive takes the archive's expiry.
     std::optional<Date> inheritArchiveExpiry(RecordId id);
     // Deletes the record only, leaving the file and its tags alone: for records whose file
@@ -98,6 +99,13 @@ public:
     // Observers run on the store's worker after every change that committed; the app uses
     // this to refresh views.
     void setChangeObserver(std::function<void()> observer) { m_changed = std::move(observer); }
+    // Runs on the store's worker, once per database, from inside the call that first finds the
+    // file damaged: queue the repair, never run it from there.
+    void setDamageObserver(std::function<void(const QString &reason)> observer);
+    // Closes the database, then takes over the one of the store that `reopen` opens in its
+    // place (the damaged file set aside by then). Record ids go on from the old database's
+    // last one, so an id held from before never names a new record.
+    void replaceDatabase(const std::function<std::unique_ptr<TrackedFileStore>()> &reopen);
 
 private:
     // Removes the tag from the record's file, then the record; the record as it was, if any.
@@ -114,6 +122,7 @@ private:
     const Preferences &m_prefs;
     Trash &m_trash;
     std::function<void()> m_changed;
+    std::function<void(const QString &)> m_damaged;
 };
 
 // Calls into the store from any thread: `call(work)` gives a future, `call(work, replyOn,

@@ -62,31 +62,52 @@ void CleanupService::trashIfExpired(RecordId id)
     const auto entry = std::find_if(expired.begin(), expired.end(), [id](const auto &e) { return e.id == id; });
     if (entry == expired.end())
         return; // kept, moved, dismissed, deleted or pushed back meanwhile
-    trashExpired(*entry, QStringLiteral("Failed to trash "));
+    if (const auto failure = trashExpired(*entry, QStringLiteral("Failed to trash ")))
+        reportFailures({*failure});
 }
 
-void CleanupService::trashExpired(const TrackedFileStore::ExpiredRecord &entry, const QString &failureLead)
+std::optional<TrashFailure> CleanupService::trashExpired(const TrackedFileStore::ExpiredRecord &entry,
+                                                         const QString &failureLead)
 {
     // Only the file that was marked goes: a missing file, or another file that took its
     // name, is left alone and the record is forgotten.
+    std::optional<TrashFailure> failure;
     if (identityAt(entry.path) == entry.identity) {
         const QString name = displayText(fileNameOf(entry.path));
-        if (const auto error = m_trash.moveToTrash(entry.path))
+        if (auto error = m_trash.moveToTrash(entry.path)) {
             printFailure(failureLead + name + QStringLiteral(": ") + *error);
-        else
+            failure = TrashFailure{entry.path, std::move(*error)};
+        } else {
             qCDebug(lcCleanup).noquote() << "Trashed expired file: " + name;
+        }
     }
     // A file that could not be trashed is no longer tracked either: it stays where it is,
     // without its tag.
     m_store.call([id = entry.id](TrackedFileStore &store) { store.removeRecord(id); }).get();
+    return failure;
+}
+
+void CleanupService::setTrashFailureHandler(std::function<void(const std::vector<TrashFailure> &)> handler)
+{
+    m_trashFailed = std::move(handler);
+}
+
+void CleanupService::reportFailures(const std::vector<TrashFailure> &failures)
+{
+    if (m_trashFailed && !failures.empty())
+        m_trashFailed(failures);
 }
 
 void CleanupService::rehydrate(std::function<void()> done)
 {
     m_executor.post(guarded([this, done = std::move(done)] {
         const auto expired = m_store.call([](TrackedFileStore &store) { return store.fetchExpired(); }).get();
-        for (const auto &entry : expired)
-            trashExpired(entry, QStringLiteral("Rehydrate: failed to trash "));
+        std::vector<TrashFailure> failures;
+        for (const auto &entry : expired) {
+            if (auto failure = trashExpired(entry, QStringLiteral("Rehydrate: failed to trash ")))
+                failures.push_back(std::move(*failure));
+        }
+        reportFailures(failures);
         if (!expired.empty()) {
             qCDebug(lcCleanup).noquote()
                 << QStringLiteral("Rehydrate: trashed %1 file(s) that expired while offline").arg(expired.size());

@@ -8,10 +8,17 @@
 #include <functional>
 #include <memory>
 #include <unordered_map>
+#include <vector>
 
 namespace dowsel {
 
 class Trash;
+
+// An expired file that stayed because the Trash refused it.
+struct TrashFailure {
+    QByteArray path;
+    QString error;
+};
 
 // Moves temporary files to the Trash when their expiry passes. One timer per temporary file,
 // all on the scheduler's continuous clock; the store is asked again before anything is
@@ -35,6 +42,9 @@ public:
     void rehydrate(std::function<void()> done = {});
     // Every 15 minutes from now, forget records whose file is gone.
     void startStaleRecordPruning();
+    // Told, on the service's executor, of expired files that the Trash refused: one at a
+    // time as timers fire, all of the launch catch-up at once. Set it before the first call.
+    void setTrashFailureHandler(std::function<void(const std::vector<TrashFailure> &)> handler);
 
     static constexpr Seconds pruningInterval = 900;
 
@@ -51,7 +61,8 @@ private:
     void trashIfExpired(RecordId id);
     // Trashes one expired entry if its path still holds the marked file, then forgets the
     // record whatever happened. `failureLead` starts the printed line of a failed trash.
-    void trashExpired(const TrackedFileStore::ExpiredRecord &entry, const QString &failureLead);
+    std::optional<TrashFailure> trashExpired(const TrackedFileStore::ExpiredRecord &entry, const QString &failureLead);
+    void reportFailures(const std::vector<TrashFailure> &failures);
     void pruneStaleRecords();
     void schedulePruningPass();
 
@@ -63,6 +74,7 @@ private:
     std::unordered_map<RecordId, ScheduledTask> m_scheduledTasks; // executor only
     std::uint64_t m_nextTicket = 1;                               // executor only
     Scheduler::TimerId m_staleRecordTask = Scheduler::invalidTimer;
+    std::function<void(const std::vector<TrashFailure> &)> m_trashFailed;
     std::shared_ptr<int> m_lifetime = std::make_shared<int>(0);
 };
 

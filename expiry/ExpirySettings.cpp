@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 
 #include <algorithm>
+#include <cmath>
 
 namespace dowsel {
 
@@ -57,10 +58,15 @@ QString displayName(ExpiryUnit unit, qint64 count)
 
 int currentExpiryValue(const Preferences &prefs)
 {
-    const auto stored = prefs.integer(prefkeys::expiryValue);
-    if (!stored)
+    // Whole numbers of any size count as integers and are clamped, 1e20 included; JSON holds
+    // them as doubles, so they are compared as doubles.
+    const auto stored = prefs.value(prefkeys::expiryValue);
+    if (!stored || !stored->isDouble())
         return 1;
-    return int(std::clamp<qint64>(*stored, 1, 999));
+    const double number = stored->toDouble();
+    if (!std::isfinite(number) || std::trunc(number) != number)
+        return 1;
+    return int(std::clamp(number, 1.0, 999.0));
 }
 
 ExpiryUnit currentExpiryUnit(const Preferences &prefs)
@@ -79,6 +85,11 @@ bool autoZipApplyEnabled(const Preferences &prefs)
 Seconds defaultExpiryInterval(const Preferences &prefs)
 {
     return currentExpiryValue(prefs) * seconds(currentExpiryUnit(prefs));
+}
+
+bool expiryFits(Seconds interval, Date now)
+{
+    return interval > 0 && std::isfinite(interval) && now + interval <= latestExpiryDate;
 }
 
 QString expiryLabel(const Preferences &prefs)

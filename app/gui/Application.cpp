@@ -2,18 +2,21 @@
 
 #include "app/AppState.h"
 #include "app/DownloadsFolder.h"
+#include "app/UserNotices.h"
 #include "app/gui/CommandLine.h"
 #include "app/gui/ControlService.h"
 #include "app/gui/SignalHandler.h"
 #include "app/gui/TrayIcon.h"
 #include "core/Logging.h"
 #include "core/QtExecutor.h"
+#include "core/StoreRecovery.h"
 #include "expiry/CleanupService.h"
 #include "onboarding/gui/OnboardingUi.h"
 #include "platform/linux/FreedesktopTrash.h"
 #include "platform/linux/JsonFilePreferences.h"
 #include "platform/linux/SpawnProcessLauncher.h"
 #include "platform/linux/SystemClock.h"
+#include "platform/linux/gui/FreedesktopNotifier.h"
 #include "toast/gui/ToastUi.h"
 #include "ui/PopoverWindow.h"
 #include "ui/ThumbnailCache.h"
@@ -125,12 +128,18 @@ int runApplication(int argc, char *argv[])
     QtExecutor mainExecutor(&app);
     SpawnProcessLauncher launcher;
 
-    QString storeError;
-    auto store = TrackedFileStore::open(TrackedFileStore::defaultPath(), clock, preferences, trash, &storeError);
-    if (!store) {
-        printFailure(QStringLiteral("Failed to create ModelContainer: ") + storeError);
+    FreedesktopNotifier notifier;
+
+    const QString storePath = TrackedFileStore::defaultPath();
+    OpenedStore opened = openCheckedStore(storePath, clock, preferences, trash);
+    if (!opened.store) {
+        printFailure(QStringLiteral("Failed to create ModelContainer: ") + opened.error);
+        // Started at login nobody reads standard output: say it where the user looks.
+        notifier.notifyAndWait(UserNotices::storeCannotOpen(opened.error));
         return 1;
     }
+    if (!opened.setAsidePath.isEmpty())
+        notifier.notify(UserNotices::storeReplaced(opened.damage, opened.setAsidePath));
 
     const QByteArray downloads = downloadsPath();
     ToastUi *toastUi = nullptr;
@@ -145,12 +154,14 @@ int runApplication(int argc, char *argv[])
                        .downloadsPath = downloads,
                        .homePath = QFile::encodeName(QStandardPaths::writableLocation(QStandardPaths::HomeLocation)),
                        .executablePath = QCoreApplication::applicationFilePath(),
+                       .notifier = &notifier,
+                       .storePath = storePath,
                    },
-                   std::move(store));
+                   std::move(opened.store));
     GlobalShortcuts &shortcuts = toastUi->shortcuts();
     state.permissions().setAccessibilityCheck([&shortcuts] { return shortcuts.isInstalled(); });
 
-    ControlService control(state.trackedFileActor(), state.cleanupService(), mainExecutor);
+    ControlService control(state.trackedFileActor(), state.cleanupService(), clock, mainExecutor);
     control.exportOnSessionBus();
 
     CleanupService &cleanup = state.cleanupService();

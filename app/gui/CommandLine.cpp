@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <cstring>
 #include <unistd.h>
+#include <vector>
 
 namespace dowsel {
 
@@ -27,14 +28,24 @@ void printLine(const QString &text, FILE *stream = stdout)
     std::fputc('\n', stream);
 }
 
+const char usageText[] = "usage: dowsel                      start Dowsel (or show the running one)\n"
+                         "       dowsel list                 list tracked files\n"
+                         "       dowsel keep FILE [DURATION] keep FILE as temporary (default expiry, or e.g. 2h)\n"
+                         "       dowsel dismiss FILE         keep FILE for good\n"
+                         "       dowsel trash FILE           move FILE to the Trash now\n"
+                         "       dowsel --help | --version\n"
+                         "A FILE that starts with \"-\" goes after \"--\": dowsel keep -- -notes.txt";
+
 int usage()
 {
-    printLine(QStringLiteral("usage: dowsel                      start Dowsel (or show the running one)\n"
-                             "       dowsel list                 list tracked files\n"
-                             "       dowsel keep FILE [DURATION] keep FILE as temporary (default expiry, or e.g. 2h)\n"
-                             "       dowsel dismiss FILE         keep FILE for good\n"
-                             "       dowsel trash FILE           move FILE to the Trash now"),
-              stderr);
+    printLine(QString::fromUtf8(usageText), stderr);
+    return 2;
+}
+
+int refuse(const QString &problem)
+{
+    printLine(QStringLiteral("dowsel: ") + problem, stderr);
+    printLine(QStringLiteral("Try `dowsel --help`."), stderr);
     return 2;
 }
 
@@ -42,6 +53,8 @@ int usage()
 QByteArray absolutePath(const char *argument)
 {
     QByteArray path(argument);
+    while (path.size() > 1 && path.endsWith('/'))
+        path.chop(1);
     if (path.startsWith('/'))
         return path;
     char cwd[4096];
@@ -91,18 +104,37 @@ int list(QDBusInterface &dowsel)
 
 int runCommandLine(int argc, char *argv[])
 {
-    if (argc < 2)
-        return -1;
-    const QByteArray command(argv[1]);
-    if (command != "list" && command != "keep" && command != "dismiss" && command != "trash") {
-        if (command == "-h" || command == "--help" || command == "help")
-            return usage();
-        if (!command.startsWith('-'))
-            return usage();
-        return -1; // Qt's own options (-platform ...) go to the app
+    // Options anywhere before "--"; everything after it is an operand, even "-x.txt".
+    std::vector<QByteArray> operands;
+    bool optionsEnded = false;
+    for (int i = 1; i < argc; ++i) {
+        const QByteArray argument(argv[i]);
+        if (optionsEnded || argument == "-" || !argument.startsWith('-')) {
+            operands.push_back(argument);
+        } else if (argument == "--") {
+            optionsEnded = true;
+        } else if (argument == "-h" || argument == "--help") {
+            printLine(QString::fromUtf8(usageText));
+            return 0;
+        } else if (argument == "-v" || argument == "--version") {
+            printLine(QStringLiteral("dowsel " DOWSEL_VERSION));
+            return 0;
+        } else {
+            return refuse(QStringLiteral("unknown option %1").arg(QString::fromLocal8Bit(argument)));
+        }
     }
+    if (operands.empty())
+        return -1;
+    const QByteArray command = operands.front();
+    if (command == "help") {
+        printLine(QString::fromUtf8(usageText));
+        return 0;
+    }
+    if (command != "list" && command != "keep" && command != "dismiss" && command != "trash")
+        return refuse(QStringLiteral("unknown command %1").arg(QString::fromLocal8Bit(command)));
+    const std::size_t count = operands.size();
     const bool needsFile = command != "list";
-    if ((needsFile && argc < 3) || (!needsFile && argc > 2) || (command != "keep" && argc > 3) || argc > 4)
+    if ((needsFile && count < 2) || (!needsFile && count > 1) || (command != "keep" && count > 2) || count > 3)
         return usage();
 
     QCoreApplication app(argc, argv);
@@ -115,11 +147,11 @@ int runCommandLine(int argc, char *argv[])
     if (command == "list")
         return list(dowsel);
 
-    const QByteArray path = absolutePath(argv[2]);
+    const QByteArray path = absolutePath(operands[1].constData());
     const QString name = QFile::decodeName(path.mid(path.lastIndexOf('/') + 1));
     QDBusMessage reply;
     if (command == "keep") {
-        const QString duration = argc > 3 ? QString::fromLocal8Bit(argv[3]) : QString();
+        const QString duration = count > 2 ? QString::fromLocal8Bit(operands[2]) : QString();
         reply = dowsel.call(QStringLiteral("Keep"), path, duration);
     } else if (command == "dismiss") {
         reply = dowsel.call(QStringLiteral("Dismiss"), path);
@@ -132,6 +164,10 @@ int runCommandLine(int argc, char *argv[])
     }
     if (command == "keep") {
         const QDateTime expiry = QDateTime::fromString(reply.arguments().value(0).toString(), Qt::ISODate);
+        if (!expiry.isValid()) {
+            printLine(QStringLiteral("dowsel: Dowsel kept %1 but gave no readable expiry").arg(name), stderr);
+            return 1;
+        }
         printLine(QStringLiteral("Keeping %1 until %2 (%3)").arg(name, expiry.toString(QStringLiteral("yyyy-MM-dd HH:mm")), remaining(expiry)));
     } else if (command == "dismiss") {
         printLine(QStringLiteral("%1 stays where it is").arg(name));

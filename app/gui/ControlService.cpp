@@ -1,8 +1,10 @@
 #include "app/gui/ControlService.h"
 
 #include "core/PosixFiles.h"
+#include "core/Tags.h"
 #include "expiry/CleanupService.h"
 #include "expiry/DurationParser.h"
+#include "expiry/ExpirySettings.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -13,6 +15,8 @@
 #include <QJsonObject>
 
 #include <cerrno>
+#include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <sys/stat.h>
 
@@ -23,6 +27,9 @@ namespace {
 const QString errorNoSuchFile = QStringLiteral("app.dowsel.Error.NoSuchFile");
 const QString errorNotTracked = QStringLiteral("app.dowsel.Error.NotTracked");
 const QString errorBadDuration = QStringLiteral("app.dowsel.Error.InvalidDuration");
+const QString errorBadPath = QStringLiteral("app.dowsel.Error.InvalidPath");
+const QString errorTrashRefused = QStringLiteral("app.dowsel.Error.TrashRefused");
+const QString errorNotDone = QStringLiteral("app.dowsel.Error.NotDone");
 
 QJsonValue isoDate(std::optional<Date> date)
 {
@@ -31,10 +38,31 @@ QJsonValue isoDate(std::optional<Date> date)
     return QDateTime::fromMSecsSinceEpoch(qint64(*date * 1000)).toString(Qt::ISODate);
 }
 
+QByteArray realFolder(const QByteArray &path)
+{
+    char resolved[PATH_MAX];
+    const QByteArray folder = parentPath(path);
+    return ::realpath(folder.isEmpty() ? "/" : folder.constData(), resolved) ? QByteArray(resolved) : QByteArray();
+}
+
+// Whether `requested` names the recorded item itself: the same bytes, or the same name in
+// the same folder reached another way ("./", "..", a linked folder). A hard link elsewhere
+// or a path that only shares the inode does not.
+bool namesRecordedItem(const QByteArray &requested, const QByteArray &recorded)
+{
+    if (requested == recorded)
+        return true;
+    if (fileNameOf(requested) != fileNameOf(recorded))
+        return false;
+    const QByteArray folder = realFolder(requested);
+    return !folder.isEmpty() && folder == realFolder(recorded);
+}
+
 } // namespace
 
-ControlService::ControlService(TrackedFileActor &store, CleanupService &cleanup, Executor &mainExecutor, QObject *parent)
-    : QObject(parent), m_store(store), m_cleanup(cleanup), m_main(mainExecutor)
+ControlService::ControlService(TrackedFileActor &store, CleanupService &cleanup, const Clock &clock,
+                               Executor &mainExecutor, QObject *parent)
+    : QObject(parent), m_store(store), m_cleanup(cleanup), m_clock(clock), m_main(mainExecutor)
 {
 }
 
@@ -93,10 +121,20 @@ QString ControlService::ListFiles()
     return {};
 }
 
-void ControlService::withRecord(const QByteArray &path, std::function<QVariant(TrackedFileStore &, RecordId)> then)
+void ControlService::withRecord(const QByteArray &path, std::function<Answer(TrackedFileStore &, RecordId)> then)
 {
     setDelayedReply(true);
     const QDBusMessage request = message();
+    // A NUL ends a path for the kernel: what follows it would be dropped without a word.
+    if (path.contains('\0')) {
+        const QByteArray shown = path.left(path.indexOf('\0'));
+        sendErrorReply(errorBadPath, QStringLiteral("%1: a path cannot hold a NUL byte").arg(displayText(shown)));
+        return;
+    }
+    if (!path.startsWith('/')) {
+        sendErrorReply(errorBadPath, QStringLiteral("%1: not an absolute path").arg(displayText(path)));
+        return;
+    }
     const auto status = statPath(path);
     if (!status) {
         sendErrorReply(errorNoSuchFile, QStringLiteral("%1: %2").arg(displayText(path), errnoText()));
@@ -105,12 +143,12 @@ void ControlService::withRecord(const QByteArray &path, std::function<QVariant(T
     const FileIdentity identity = status->identity();
     struct Outcome {
         bool found = false;
-        QVariant value;
+        Answer answer;
     };
     m_store.call(
-        [identity, then = std::move(then)](TrackedFileStore &store) {
+        [identity, path, then = std::move(then)](TrackedFileStore &store) {
             const auto record = store.recordFor(identity);
-            if (!record)
+            if (!record || !namesRecordedItem(path, record->filePath))
                 return Outcome{};
             return Outcome{true, then(store, record->id)};
         },
@@ -121,8 +159,10 @@ void ControlService::withRecord(const QByteArray &path, std::function<QVariant(T
                 bus.send(request.createErrorReply(
                     errorNotTracked,
                     QStringLiteral("%1 is not tracked: Dowsel only handles items in the Downloads folder").arg(displayText(path))));
-            } else if (outcome.value.isValid()) {
-                bus.send(request.createReply(outcome.value));
+            } else if (!outcome.answer.errorName.isEmpty()) {
+                bus.send(request.createErrorReply(outcome.answer.errorName, outcome.answer.errorMessage));
+            } else if (outcome.answer.value.isValid()) {
+                bus.send(request.createReply(outcome.answer.value));
             } else {
                 bus.send(request.createReply());
             }
@@ -139,15 +179,20 @@ QString ControlService::Keep(const QByteArray &path, const QString &duration)
                            QStringLiteral("cannot read \"%1\" as a duration; try \"2h\", \"30 min\" or \"1d 4h\"").arg(duration));
             return {};
         }
+        if (!expiryFits(parsed->interval, m_clock.now())) {
+            sendErrorReply(errorBadDuration,
+                           QStringLiteral("\"%1\" is too long: a keep must end by the year 9999").arg(duration));
+            return {};
+        }
         interval = parsed->interval;
     }
     CleanupService &cleanup = m_cleanup;
-    withRecord(path, [interval, &cleanup](TrackedFileStore &store, RecordId id) -> QVariant {
+    withRecord(path, [interval, &cleanup](TrackedFileStore &store, RecordId id) -> Answer {
         const auto expiry = store.markTemporary(id, interval);
         if (!expiry)
-            return {};
+            return {{}, errorNotDone, QStringLiteral("the record went away before it could be kept")};
         cleanup.schedule(id, *expiry);
-        return isoDate(expiry).toString();
+        return {isoDate(expiry).toString(), {}, {}};
     });
     return {};
 }
@@ -156,15 +201,19 @@ void ControlService::Dismiss(const QByteArray &path)
 {
     withRecord(path, [](TrackedFileStore &store, RecordId id) {
         store.markDismissed(id);
-        return QVariant();
+        return Answer{};
     });
 }
 
 void ControlService::Trash(const QByteArray &path)
 {
-    withRecord(path, [](TrackedFileStore &store, RecordId id) {
-        store.deleteNow(id);
-        return QVariant();
+    withRecord(path, [path](TrackedFileStore &store, RecordId id) {
+        if (const auto refused = store.deleteNow(id)) {
+            return Answer{{}, errorTrashRefused,
+                          QStringLiteral("cannot move %1 to the Trash: %2; it stays where it is, still tracked")
+                              .arg(displayText(fileNameOf(path)), *refused)};
+        }
+        return Answer{};
     });
 }
 

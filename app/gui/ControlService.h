@@ -8,6 +8,7 @@
 namespace dowsel {
 
 class CleanupService;
+class Clock;
 class Preferences;
 
 inline constexpr auto dbusServiceName = "app.dowsel.Dowsel";
@@ -26,7 +27,8 @@ class ControlService final : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "app.dowsel.Dowsel1")
 public:
-    ControlService(TrackedFileActor &store, CleanupService &cleanup, Executor &mainExecutor, QObject *parent = nullptr);
+    ControlService(TrackedFileActor &store, CleanupService &cleanup, const Clock &clock, Executor &mainExecutor,
+                   QObject *parent = nullptr);
 
     // Exports the object on the session bus (after the name was claimed).
     bool exportOnSessionBus();
@@ -38,7 +40,8 @@ public Q_SLOTS:
     // expiry when empty. Returns the expiry date (ISO 8601).
     QString Keep(const QByteArray &path, const QString &duration);
     void Dismiss(const QByteArray &path);
-    // Moves the tracked item at `path` to the Trash now.
+    // Moves the tracked item at `path` to the Trash now; an error, and the item still
+    // tracked, when the Trash refuses it.
     void Trash(const QByteArray &path);
     void ShowPopover();
     void Quit();
@@ -48,12 +51,20 @@ Q_SIGNALS:
     void quitRequested();
 
 private:
-    // Finds the record for the item at `path` on the store's worker and runs `then` there
-    // with its id; replies with an error when there is none.
-    void withRecord(const QByteArray &path, std::function<QVariant(TrackedFileStore &, RecordId)> then);
+    // What a request came to: a value (or none) to reply with, or a D-Bus error.
+    struct Answer {
+        QVariant value;
+        QString errorName;
+        QString errorMessage;
+    };
+
+    // Finds the record of the item that `path` names, exactly, on the store's worker and runs
+    // `then` there with its id; replies with an error when there is none.
+    void withRecord(const QByteArray &path, std::function<Answer(TrackedFileStore &, RecordId)> then);
 
     TrackedFileActor &m_store;
     CleanupService &m_cleanup;
+    const Clock &m_clock;
     Executor &m_main;
 };
 

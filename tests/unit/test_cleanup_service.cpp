@@ -258,11 +258,22 @@ TEST_F(CleanupServiceTest, LaunchTrashesWhatExpiredOfflineAndSchedulesTheRest)
     EXPECT_EQ(log.lines().size(), linesBefore);
 }
 
-TEST_F(CleanupServiceTest, FailedTrashesArePrintedAndTheFilesStayUntracked)
+TEST_F(CleanupServiceTest, FailedTrashesArePrintedReportedAndTheFilesStayUntracked)
 {
     failing.failWith(QStringLiteral("Operation not permitted"));
     launch(failing);
     LogCapture log(QStringLiteral("dowsel.cleanup.debug=true"));
+    std::mutex reportsMutex;
+    std::vector<QByteArrayList> reports; // one entry per report, the paths in it
+    service->setTrashFailureHandler([&](const std::vector<TrashFailure> &failures) {
+        QByteArrayList paths;
+        for (const TrashFailure &failure : failures) {
+            EXPECT_EQ(failure.error, QStringLiteral("Operation not permitted"));
+            paths.append(failure.path);
+        }
+        std::lock_guard lock(reportsMutex);
+        reports.push_back(paths);
+    });
 
     const RecordId offline = track("offline.pdf");
     const RecordId missing = track("missing.pdf");
@@ -286,6 +297,11 @@ TEST_F(CleanupServiceTest, FailedTrashesArePrintedAndTheFilesStayUntracked)
     // The missing file counts among the expired ones but was never handed to the Trash.
     EXPECT_TRUE(log.lines().contains(QStringLiteral("Rehydrate: trashed 2 file(s) that expired while offline")));
     EXPECT_EQ(failing.paths(), (QByteArrayList{download("offline.pdf"), download("line\nbreak.pdf")}));
+    // The user hears of each: the launch catch-up in one report, a timer's failure on its own.
+    {
+        std::lock_guard lock(reportsMutex);
+        EXPECT_EQ(reports, (std::vector<QByteArrayList>{{download("offline.pdf")}, {download("line\nbreak.pdf")}}));
+    }
     EXPECT_TRUE(exists(download("offline.pdf")));
     EXPECT_TRUE(readTags(download("offline.pdf")).isEmpty());
     EXPECT_TRUE(onStore([](TrackedFileStore &store) { return store.allRecords(); }).empty());

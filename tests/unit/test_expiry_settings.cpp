@@ -3,6 +3,11 @@
 #include "expiry/ExpirySettings.h"
 #include "platform/fake/MemoryPreferences.h"
 
+#include <QDateTime>
+
+#include <cmath>
+#include <limits>
+
 #include <gtest/gtest.h>
 
 using namespace dowsel;
@@ -26,6 +31,41 @@ TEST(ExpirySettings, ValueIsClampedAndNonIntegersFallBack)
     }
     // nothing is written back
     EXPECT_EQ(prefs.value(prefkeys::expiryValue), QJsonValue(42));
+}
+
+TEST(ExpirySettings, HugeWholeNumbersAreClampedNotReadAsMissing)
+{
+    MemoryPreferences prefs;
+    const std::pair<QJsonValue, int> cases[] = {{9.1e15, 999},
+                                                {1e300, 999},
+                                                {qint64(9'223'372'036'854'775'807), 999},
+                                                {-1e20, 1},
+                                                {9e15 + 0.5, 999}, // doubles this large are whole
+                                                {std::numeric_limits<double>::infinity(), 1},
+                                                {1e-300, 1}};
+    for (const auto &[stored, expected] : cases) {
+        prefs.setValue(prefkeys::expiryValue, stored);
+        EXPECT_EQ(currentExpiryValue(prefs), expected) << stored.toDouble();
+    }
+    prefs.setValue(prefkeys::expiryValue, 1e16);
+    prefs.setValue(prefkeys::expiryUnit, QStringLiteral("minutes"));
+    EXPECT_EQ(defaultExpiryInterval(prefs), 999 * 60);
+    EXPECT_EQ(expiryLabel(prefs), QStringLiteral("999 minutes"));
+}
+
+TEST(ExpirySettings, AKeepMustEndByTheLastDateDowselWrites)
+{
+    const Date now = 1'700'000'000; // November 2023
+    EXPECT_TRUE(expiryFits(3600, now));
+    EXPECT_TRUE(expiryFits(latestExpiryDate - now, now));
+    EXPECT_FALSE(expiryFits(latestExpiryDate - now + 1, now));
+    EXPECT_FALSE(expiryFits(999999999.0 * 604800, now)); // "999999999 weeks"
+    EXPECT_FALSE(expiryFits(std::numeric_limits<double>::infinity(), now));
+    EXPECT_FALSE(expiryFits(0, now));
+    EXPECT_FALSE(expiryFits(-5, now));
+    EXPECT_FALSE(expiryFits(std::nan(""), now));
+    EXPECT_EQ(QDateTime::fromSecsSinceEpoch(qint64(latestExpiryDate), Qt::UTC).toString(Qt::ISODate),
+              QStringLiteral("9999-12-31T23:59:59Z"));
 }
 
 TEST(ExpirySettings, UnitMatchesRawValuesExactly)

@@ -1,6 +1,7 @@
 #include "StoreTestSupport.h"
 
 #include "core/Tags.h"
+#include "expiry/ExpirySettings.h"
 
 #include <QFile>
 
@@ -225,6 +226,14 @@ TEST_F(TrackedFileStoreTest, MarkTemporaryUsesTheDefaultExpiryAndRestartsTheTime
     EXPECT_EQ(store->allTrackedFiles().size(), before.size());
 }
 
+TEST_F(TrackedFileStoreTest, MarkTemporaryNeverStoresADatePastTheLastOneDowselWrites)
+{
+    const RecordId id = track("forever.pdf");
+    EXPECT_EQ(store->markTemporary(id, 999999999.0 * 604800), latestExpiryDate);
+    EXPECT_EQ(store->record(id)->expiresAt, latestExpiryDate);
+    EXPECT_EQ(store->markTemporary(id, 60), clock.now() + 60);
+}
+
 TEST_F(TrackedFileStoreTest, ActiveInodeSkipsDismissedRecordsAtThePath)
 {
     const QByteArray path = download("a.zip");
@@ -334,7 +343,7 @@ TEST_F(TrackedFileStoreTest, DismissingAndRemovingTakeTheTagOffButLeaveTheFile)
     EXPECT_TRUE(trash.paths().isEmpty());
 }
 
-TEST_F(TrackedFileStoreTest, DeleteNowForgetsTheRecordThenTrashesOnlyWhatIsThere)
+TEST_F(TrackedFileStoreTest, DeleteNowTrashesWhatIsThereAndKeepsTheRecordWhenTheTrashRefuses)
 {
     const RecordId present = track("present.pdf");
     const RecordId gone = track("gone.pdf");
@@ -343,21 +352,31 @@ TEST_F(TrackedFileStoreTest, DeleteNowForgetsTheRecordThenTrashesOnlyWhatIsThere
 
     int changes = 0;
     store->setChangeObserver([&] { ++changes; });
-    store->deleteNow(gone);
+    EXPECT_EQ(store->deleteNow(gone), std::nullopt);
     EXPECT_FALSE(store->record(gone));
     EXPECT_TRUE(trash.paths().isEmpty());
+    EXPECT_EQ(changes, 1);
 
-    trash.failWith(QStringLiteral("Permission denied"));
-    store->deleteNow(present);
-    EXPECT_FALSE(store->record(present));
+    trash.failWith(QStringLiteral("Read-only file system"));
+    EXPECT_EQ(store->deleteNow(present), QStringLiteral("Read-only file system"));
     EXPECT_EQ(trash.paths(), QByteArrayList{download("present.pdf")});
-    // The record is gone even though the Trash refused; the file stays, untagged.
+    // Nothing was done, so nothing changed: still tracked, still temporary, still tagged.
+    const auto kept = store->record(present);
+    ASSERT_TRUE(kept);
+    EXPECT_EQ(kept->state, FileState::temporary);
     EXPECT_TRUE(exists(download("present.pdf")));
-    EXPECT_TRUE(readTags(download("present.pdf")).isEmpty());
+    EXPECT_EQ(readTags(download("present.pdf")), QByteArrayList{temporaryTag});
+    EXPECT_EQ(changes, 1);
+
+    trash.failWith(std::nullopt);
+    EXPECT_EQ(store->deleteNow(present), std::nullopt);
+    EXPECT_FALSE(store->record(present));
+    EXPECT_EQ(trash.paths().size(), 2);
+    EXPECT_TRUE(readTags(download("present.pdf")).isEmpty()); // the tag went before the file
     EXPECT_EQ(changes, 2);
 
     store->deleteNow(present); // already gone: nothing more
-    EXPECT_EQ(trash.paths().size(), 1);
+    EXPECT_EQ(trash.paths().size(), 2);
 }
 
 class ArchiveInheritanceTest : public StoreFixture {

@@ -353,10 +353,80 @@ No tienes que conservar este archivo — solo está aquí para la demostración.
     </message>
 </context>
 <context>
+    <name>UserNotices</name>
+    <message>
+        <source>Dowsel could not start</source>
+        <translation>Dowsel no ha podido iniciarse</translation>
+    </message>
+    <message>
+        <source>Dowsel cannot open its list of the files it keeps track of: %1
+The file was left as it is. Move it away or repair it, then start Dowsel again.</source>
+        <translation>Dowsel no puede abrir su lista de los archivos que sigue: %1
+El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vuelve a iniciar Dowsel.</translation>
+    </message>
+    <message>
+        <source>Dowsel started a new list of your downloads</source>
+        <translation>Dowsel ha empezado una lista nueva de tus descargas</translation>
+    </message>
+    <message>
+        <source>Its list of the files it keeps track of was damaged (%1). The old list was moved to %2 and a new one was started with the files now in Downloads. Files you had kept as temporary will not go to the Trash by themselves.</source>
+        <translation>Su lista de los archivos que sigue estaba dañada (%1). La lista antigua se ha movido a %2 y se ha empezado una nueva con los archivos que hay ahora en Descargas. Los archivos que habías conservado como temporales ya no irán solos a la Papelera.</translation>
+    </message>
+    <message>
+        <source>Dowsel cannot save its list of your downloads</source>
+        <translation>Dowsel no puede guardar su lista de tus descargas</translation>
+    </message>
+    <message>
+        <source>Its list of the files it keeps track of was damaged (%1) and could not be replaced: %2. Until Dowsel starts again, nothing it tracks is saved.</source>
+        <translation>Su lista de los archivos que sigue estaba dañada (%1) y no se ha podido sustituir: %2. Hasta que Dowsel vuelva a iniciarse, no se guarda nada de lo que sigue.</translation>
+    </message>
+    <message>
+        <source>A file could not go to the Trash</source>
+        <translation>Un archivo no ha podido ir a la Papelera</translation>
+    </message>
+    <message>
+        <source>%1 expired, but the Trash refused it: %2. It stays in %3.</source>
+        <translation>%1 ha caducado, pero la Papelera lo ha rechazado: %2. Se queda en %3.</translation>
+    </message>
+    <message numerus="yes">
+        <source>and %n more</source>
+        <translation>
+            <numerusform>y %n más</numerusform>
+            <numerusform>y %n más</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>They expired, but the Trash refused them; they stay where they are.</source>
+        <translation>Han caducado, pero la Papelera los ha rechazado; se quedan donde están.</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n files could not go to the Trash</source>
+        <translation>
+            <numerusform>%n archivo no ha podido ir a la Papelera</numerusform>
+            <numerusform>%n archivos no han podido ir a la Papelera</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Dowsel cannot save changes</source>
+        <translation>Dowsel no puede guardar los cambios</translation>
+    </message>
+    <message>
+        <source>Its list of the files it keeps track of cannot be written: %1. Dowsel keeps trying; new downloads are kept in memory until the list can be written again.</source>
+        <translation>No se puede escribir su lista de los archivos que sigue: %1. Dowsel sigue intentándolo; las descargas nuevas se guardan en memoria hasta que la lista pueda escribirse de nuevo.</translation>
+    </message>
+</context>
+<context>
     <name>dowsel::BrowseButton</name>
     <message>
         <source>Browse</source>
         <translation>Examinar</translation>
+    </message>
+</context>
+<context>
+    <name>dowsel::FreedesktopNotifier</name>
+    <message>
+        <source>Close</source>
+        <translation>Cerrar</translation>
     </message>
 </context>
 <context>
