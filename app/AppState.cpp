@@ -15,6 +15,7 @@
 #include "toast/FileMover.h"
 #include "toast/ToastController.h"
 
+#include <QCoreApplication>
 #include <QPointer>
 
 namespace dowsel {
@@ -44,6 +45,11 @@ AppState::AppState(AppEnvironment environment, std::unique_ptr<TrackedFileStore>
                                                       });
                                                   });
 
+    m_tracker->setStoreTroubleCallback([this](int waiting) {
+        if (waiting > 0)
+            tell(UserNotices::storeWritesFailing(
+                QCoreApplication::translate("UserNotices", "%n new download(s) wait to be recorded", nullptr, waiting)));
+    });
     m_cleanupService->setTrashFailureHandler(
         [this](const std::vector<TrashFailure> &failures) { tell(UserNotices::expiriesNotTrashed(failures)); });
     QPointer<AppState> self = this;

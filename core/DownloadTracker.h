@@ -19,6 +19,11 @@ public:
     DownloadTracker(const DownloadTracker &) = delete;
     DownloadTracker &operator=(const DownloadTracker &) = delete;
 
+    // Before start(): told when new downloads cannot be saved for a while (FileProcessor).
+    void setStoreTroubleCallback(FileProcessor::StoreTroubleCallback callback)
+    {
+        m_processor->setStoreTroubleCallback(std::move(callback));
+    }
     void start();
     bool isWatching() const { return m_monitor->isWatching(); }
 

@@ -153,8 +153,16 @@ QWidget *PopoverWindow::buildFilesPage()
     auto *layout = new QVBoxLayout(page);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
+    // Says when a change asked for here was not made; gone at the next one that is.
+    m_failureLine = new QLabel(page);
+    m_failureLine->setObjectName(QStringLiteral("failureLine"));
+    m_failureLine->setWordWrap(true);
+    m_failureLine->setContentsMargins(16, 6, 16, 8);
+    m_failureLine->setStyleSheet(QStringLiteral("color: #d93025;"));
+    m_failureLine->hide();
     layout->addWidget(bar);
     layout->addWidget(m_filesContent, 1);
+    layout->addWidget(m_failureLine);
     return page;
 }
 
@@ -290,26 +298,56 @@ void PopoverWindow::tick()
 
 void PopoverWindow::keep(RecordId id)
 {
-    m_services.store.send([id](TrackedFileStore &store) { store.markDismissed(id); });
+    reportOutcome([id](TrackedFileStore &store) {
+        return store.markDismissed(id) ? QString() : notSavedText(tr("It was not kept."));
+    });
 }
 
 void PopoverWindow::deleteNow(RecordId id)
 {
-    m_services.store.send([id](TrackedFileStore &store) { store.deleteNow(id); });
+    reportOutcome([id](TrackedFileStore &store) {
+        const auto file = store.record(id);
+        const auto refused = store.deleteNow(id);
+        if (!refused)
+            return QString();
+        return tr("%1 was not moved to the Trash: %2").arg(displayText(file ? file->fileName : QByteArray()), *refused);
+    });
 }
 
 void PopoverWindow::markTemporary(RecordId id)
 {
-    m_services.store.send([id, schedule = m_services.scheduleExpiry](TrackedFileStore &store) {
+    reportOutcome([id, schedule = m_services.scheduleExpiry](TrackedFileStore &store) {
         const auto expiresAt = store.markTemporary(id);
-        if (expiresAt && schedule)
+        if (!expiresAt)
+            return notSavedText(tr("It was not made temporary."));
+        if (schedule)
             schedule(id, *expiresAt);
+        return QString();
     });
 }
 
 void PopoverWindow::keepAll()
 {
-    m_services.store.send([ids = m_model->temporaryIds()](TrackedFileStore &store) { dowsel::keepAll(store, ids); });
+    reportOutcome([ids = m_model->temporaryIds()](TrackedFileStore &store) {
+        const int unsaved = dowsel::keepAll(store, ids);
+        return unsaved == 0 ? QString() : notSavedText(tr("%n file(s) were not kept.", nullptr, unsaved));
+    });
+}
+
+QString PopoverWindow::notSavedText(const QString &what)
+{
+    return what + QLatin1Char(' ')
+        + tr("Dowsel's list of files could not be written: another program may hold it, or the disk is full.");
+}
+
+void PopoverWindow::reportOutcome(std::function<QString(TrackedFileStore &)> change)
+{
+    m_services.store.call(std::move(change), mainThread(), [self = QPointer<PopoverWindow>(this)](const QString &failure) {
+        if (!self)
+            return;
+        self->m_failureLine->setText(failure);
+        self->m_failureLine->setVisible(!failure.isEmpty());
+    });
 }
 
 void PopoverWindow::revealRow(int row)

@@ -87,6 +87,9 @@ private:
     void keep(RecordId id);
     void deleteNow(RecordId id);
     void markTemporary(RecordId id);
+    // Runs `change` on the store's worker; the text it returns, if any, says what was not done.
+    void reportOutcome(std::function<QString(TrackedFileStore &)> change);
+    static QString notSavedText(const QString &what);
     void keepAll();
     void revealRow(int row);
     void showRowMenu(int row, const QPoint &globalPosition);
@@ -100,6 +103,7 @@ private:
     QWidget *m_emptyState = nullptr;
     SettingsPage *m_settings = nullptr;
     QTimer *m_ticker;
+    QLabel *m_failureLine = nullptr;
 
     std::atomic<bool> m_refreshQueued{false};
     bool m_fetchInFlight = false;

@@ -28,6 +28,13 @@ const QString errorNoSuchFile = QStringLiteral("app.dowsel.Error.NoSuchFile");
 const QString errorNotTracked = QStringLiteral("app.dowsel.Error.NotTracked");
 const QString errorBadDuration = QStringLiteral("app.dowsel.Error.InvalidDuration");
 const QString errorBadPath = QStringLiteral("app.dowsel.Error.InvalidPath");
+
+// A change the store did not save: the file is as it was.
+QString notSavedText()
+{
+    return QStringLiteral("not done: Dowsel's list of files could not be written (locked by another program, a full "
+                          "disk, or the record went away); nothing changed");
+}
 const QString errorTrashRefused = QStringLiteral("app.dowsel.Error.TrashRefused");
 const QString errorNotDone = QStringLiteral("app.dowsel.Error.NotDone");
 
@@ -190,7 +197,7 @@ QString ControlService::Keep(const QByteArray &path, const QString &duration)
     withRecord(path, [interval, &cleanup](TrackedFileStore &store, RecordId id) -> Answer {
         const auto expiry = store.markTemporary(id, interval);
         if (!expiry)
-            return {{}, errorNotDone, QStringLiteral("the record went away before it could be kept")};
+            return {{}, errorNotDone, notSavedText()};
         cleanup.schedule(id, *expiry);
         return {isoDate(expiry).toString(), {}, {}};
     });
@@ -200,7 +207,8 @@ QString ControlService::Keep(const QByteArray &path, const QString &duration)
 void ControlService::Dismiss(const QByteArray &path)
 {
     withRecord(path, [](TrackedFileStore &store, RecordId id) {
-        store.markDismissed(id);
+        if (!store.markDismissed(id))
+            return Answer{{}, errorNotDone, notSavedText()};
         return Answer{};
     });
 }

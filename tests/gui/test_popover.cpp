@@ -7,6 +7,8 @@
 #include <QListView>
 #include <QMenu>
 
+#include <sqlite3.h>
+
 using namespace dowsel;
 using namespace dowsel::testing;
 
@@ -219,3 +221,54 @@ TEST_F(PopoverTest, CountdownPillsAreTheToneAtThirtyPercentOverTheWindow)
     EXPECT_LT(towardText, 0.25);
     EXPECT_LT(std::abs(calm.red() - calm.blue()), 6);
 }
+
+namespace {
+
+TEST_F(PopoverTest, ChangesThatWereNotMadeSaySoUnderTheList)
+{
+    const RecordId kept = addFile("kept.pdf", FileState::temporary);
+    clock.advance(1);
+    addFile("refused.pdf", FileState::temporary);
+    openPopover();
+    auto *failureLine = popover->findChild<QLabel *>(QStringLiteral("failureLine"));
+    ASSERT_TRUE(failureLine);
+    EXPECT_TRUE(failureLine->isHidden());
+    const auto menuFor = [&](int row) {
+        click(list()->viewport(), PopoverItemDelegate::menuButtonRect(rowRect(row)).center());
+        return popover->findChild<QMenu *>(QStringLiteral("rowMenu"));
+    };
+
+    // Another program holds the database: Keep is not saved, and the popover says so.
+    sqlite3 *other = nullptr;
+    ASSERT_EQ(sqlite3_open((dir.path() + QStringLiteral("/data/Sivra.sqlite")).toUtf8().constData(), &other), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(other, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr), SQLITE_OK);
+    QMenu *menu = menuFor(1);
+    ASSERT_TRUE(menu);
+    menu->actions()[0]->trigger();
+    menu->close();
+    ASSERT_TRUE(settle([&] { return !failureLine->isHidden(); }));
+    EXPECT_TRUE(failureLine->text().startsWith(QStringLiteral("It was not kept."))) << failureLine->text().toStdString();
+    sqlite3_exec(other, "COMMIT", nullptr, nullptr, nullptr);
+    sqlite3_close(other);
+    EXPECT_EQ(record(kept)->state, FileState::temporary);
+
+    // The Trash refuses: the file stays, still tracked, and the reason is shown.
+    trash.failWith(QStringLiteral("Read-only file system"));
+    menu = menuFor(2);
+    ASSERT_TRUE(menu);
+    menu->actions()[1]->trigger();
+    menu->close();
+    ASSERT_TRUE(settle([&] { return failureLine->text().contains(QStringLiteral("Read-only")); }));
+    EXPECT_EQ(failureLine->text(),
+              QStringLiteral("refused.pdf was not moved to the Trash: Read-only file system"));
+
+    // The next change that is made clears the line.
+    menu = menuFor(1);
+    ASSERT_TRUE(menu);
+    menu->actions()[0]->trigger();
+    menu->close();
+    ASSERT_TRUE(settle([&] { return failureLine->isHidden(); }));
+    EXPECT_EQ(record(kept)->state, FileState::dismissed);
+}
+
+} // namespace

@@ -109,10 +109,14 @@ PopoverLists fetchPopoverLists(TrackedFileStore &store, const QByteArray &downlo
     return makePopoverLists(store.allTrackedFiles(), downloadsFolder);
 }
 
-void keepAll(TrackedFileStore &store, const std::vector<RecordId> &ids)
+int keepAll(TrackedFileStore &store, const std::vector<RecordId> &ids)
 {
-    for (RecordId id : ids)
-        store.markDismissed(id);
+    int unsaved = 0;
+    for (RecordId id : ids) {
+        if (!store.markDismissed(id))
+            ++unsaved;
+    }
+    return unsaved;
 }
 
 } // namespace dowsel

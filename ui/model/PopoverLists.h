@@ -37,7 +37,8 @@ PopoverLists makePopoverLists(std::vector<TrackedFile> records, const QByteArray
 PopoverLists fetchPopoverLists(TrackedFileStore &store, const QByteArray &downloadsFolder);
 
 // "Keep All": every listed temporary record dismissed and untagged, in one pass on the store.
-void keepAll(TrackedFileStore &store, const std::vector<RecordId> &ids);
+// Returns how many of the changes could not be saved.
+int keepAll(TrackedFileStore &store, const std::vector<RecordId> &ids);
 
 // Trace-line form of a date, "2027-01-15 08:00:00 +0000", or "nil".
 QString dateDescription(Date date);
