@@ -3,6 +3,7 @@
 #include <QString>
 
 #include <algorithm>
+#include <vector>
 
 namespace dowsel {
 
@@ -55,18 +56,36 @@ char32_t baseLetter(char32_t scalar)
     }
 }
 
+// The folded form of one lower-cased scalar; 0 for an accent, which is dropped.
+char32_t foldScalar(char32_t scalar)
+{
+    if (isAccent(scalar))
+        return 0;
+    const char32_t base = baseLetter(scalar);
+    return isAccent(base) ? 0 : base;
+}
+
+// Most folder names use the scripts below U+3000; their folded forms are worked out once.
+constexpr char32_t tableEnd = 0x3000;
+
+const std::vector<char32_t> &foldTable()
+{
+    static const std::vector<char32_t> table = [] {
+        std::vector<char32_t> folded(tableEnd);
+        for (char32_t scalar = 0; scalar < tableEnd; ++scalar)
+            folded[scalar] = scalar < 0x80 ? scalar : foldScalar(scalar);
+        return folded;
+    }();
+    return table;
+}
+
 void appendFoldedScalars(const QString &lowered, std::u32string &out)
 {
+    const std::vector<char32_t> &table = foldTable();
     for (const char32_t scalar : lowered.toUcs4()) {
-        if (scalar < 0x80) {
-            out.push_back(scalar);
-            continue;
-        }
-        if (isAccent(scalar))
-            continue;
-        const char32_t base = baseLetter(scalar);
-        if (!isAccent(base))
-            out.push_back(base);
+        const char32_t folded = scalar < tableEnd ? table[scalar] : foldScalar(scalar);
+        if (folded != 0)
+            out.push_back(folded);
     }
 }
 

@@ -341,7 +341,8 @@ void MoveInputView::mouseReleaseEvent(QMouseEvent *event)
         m_model.setSelectedIndex(pressedRow);
         if (onSubmit)
             onSubmit();
-    } else if (pressedCreate && createRowRect().contains(event->position()) && onCreateNew) {
+    } else if (pressedCreate && createRowRect().contains(event->position()) && m_model.newFolderURL()
+               && onCreateNew) {
         onCreateNew();
     }
 }
