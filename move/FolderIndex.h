@@ -14,12 +14,14 @@ class Executor;
 
 // The folders under the home folder that a download could be moved into, kept in memory so
 // that the move input can search them on every key press. A crawl of the home folder fills
-// it; the watcher reports changes, which are batched for half a second and rebuild the list
-// at most once every three seconds (start to start). When the system runs out of watches the
-// index rescans periodically instead.
+// it and watches every folder it keeps. The watcher's news are batched for half a second;
+// then only what changed is read again: the folders that appeared are crawled and watched,
+// those that vanished are dropped with everything below them, and a rename is both. A full
+// crawl happens only at the start, after the system dropped news (at most once every three
+// seconds, start to start), and periodically once the system has run out of watches.
 //
-// Crawls, rebuilds and their timers run on `workQueue` (a low-priority worker); the snapshot
-// can be read from any thread.
+// Crawls, updates and their timers run on `workQueue` (a low-priority worker); the snapshot
+// can be read from any thread, and an update replaces only the chunks of it that changed.
 class FolderIndex {
 public:
     FolderIndex(QByteArray homePath, std::unique_ptr<FolderWatcher> watcher, Clock &clock, Scheduler &scheduler,

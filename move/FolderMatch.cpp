@@ -1,6 +1,7 @@
 #include "move/FolderMatch.h"
 
 #include <algorithm>
+#include <cmath>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -11,11 +12,12 @@ namespace dowsel {
 namespace {
 
 using Scalars = std::u32string;
+constexpr std::size_t npos = std::size_t(-1);
 
-// The components of a path below home, lower-cased, one after the other in one buffer.
-class LoweredSegments {
+// The components of a path below home, folded, one after the other in one buffer.
+class FoldedSegments {
 public:
-    void assign(const QByteArray &path, const QByteArray &prefix, bool ascii)
+    void assign(const QByteArray &path, const QByteArray &prefix)
     {
         m_text.clear();
         m_ranges.clear();
@@ -26,8 +28,11 @@ public:
             qsizetype end = relative.indexOf('/', start);
             if (end < 0)
                 end = relative.size();
-            if (end > start)
-                appendSegment(relative.sliced(start, end - start), ascii);
+            if (end > start) {
+                const std::size_t begin = m_text.size();
+                appendFolded(relative.sliced(start, end - start), m_text);
+                m_ranges.emplace_back(begin, m_text.size() - begin);
+            }
             start = end + 1;
         }
     }
@@ -39,19 +44,6 @@ public:
     }
 
 private:
-    void appendSegment(QByteArrayView segment, bool ascii)
-    {
-        const std::size_t begin = m_text.size();
-        if (ascii) {
-            for (const char c : segment)
-                m_text.push_back(char32_t((c >= 'A' && c <= 'Z') ? c - 'A' + 'a' : c));
-        } else {
-            for (const char32_t scalar : QString::fromUtf8(segment).toLower().toUcs4())
-                m_text.push_back(scalar);
-        }
-        m_ranges.emplace_back(begin, m_text.size() - begin);
-    }
-
     Scalars m_text;
     std::vector<std::pair<std::size_t, std::size_t>> m_ranges;
 };
@@ -59,13 +51,20 @@ private:
 struct Outcome {
     double score;
     qsizetype lastMatchedSegmentIndex;
+    qsizetype lastSegmentWordCount;
+};
+
+// Consecutive tokens that matched in one segment.
+struct Group {
+    std::size_t segment;
+    std::size_t firstToken;
+    std::size_t tokenCount;
+    int skipped;
 };
 
 // Greedy, leftmost-first subsequence match of one token in one segment; never backtracks.
-std::optional<double> matchSegment(std::u32string_view segment, std::u32string_view token)
+double matchSegment(std::u32string_view segment, std::u32string_view token)
 {
-    if (segment.size() < token.size())
-        return std::nullopt;
     std::size_t i = 0;
     std::ptrdiff_t last = -2;
     double s = 0;
@@ -78,45 +77,123 @@ std::optional<double> matchSegment(std::u32string_view segment, std::u32string_v
         last = std::ptrdiff_t(j);
         ++i;
     }
-    if (i < token.size())
-        return std::nullopt;
     return s;
 }
 
-std::optional<Outcome> scoreSegments(const LoweredSegments &segments, const std::vector<Scalars> &tokens)
+// Where a greedy match of `token` in `segment` from `from` ends, or npos.
+std::size_t matchEnd(std::u32string_view segment, std::size_t from, std::u32string_view token)
 {
-    const std::size_t count = segments.count();
-    if (count == 0 || tokens.size() > count)
-        return std::nullopt;
-    double total = 0;
-    std::size_t next = 0;
-    std::size_t matched = 0;
-    for (const Scalars &token : tokens) {
-        if (next >= count)
-            return std::nullopt;
-        bool found = false;
+    if (segment.size() < from + token.size())
+        return npos;
+    std::size_t i = 0;
+    std::size_t j = from;
+    for (; j < segment.size() && i < token.size(); ++j) {
+        if (segment[j] == token[i])
+            ++i;
+    }
+    return i == token.size() ? j : npos;
+}
+
+// Places every token in a segment, in path order. Without sharing each segment takes one
+// token; with sharing a token first tries to continue in the segment of the token before it.
+// Continuing first never loses a placement that moving on would find, so sharing finds a
+// placement whenever one exists.
+bool place(const FoldedSegments &segments, const std::vector<Scalars> &tokens, bool sharing,
+           std::vector<Group> &groups)
+{
+    groups.clear();
+    std::size_t position = 0;
+    for (std::size_t t = 0; t < tokens.size(); ++t) {
+        const Scalars &token = tokens[t];
+        if (sharing && !groups.empty()) {
+            const std::size_t end = matchEnd(segments.at(groups.back().segment), position, token);
+            if (end != npos) {
+                position = end;
+                ++groups.back().tokenCount;
+                continue;
+            }
+        }
+        const std::size_t next = groups.empty() ? 0 : groups.back().segment + 1;
         int skipped = 0;
-        for (std::size_t index = next; index < count; ++index) {
-            const std::u32string_view segment = segments.at(index);
-            const std::optional<double> s = matchSegment(segment, token);
-            if (!s) {
+        bool found = false;
+        for (std::size_t index = next; index < segments.count(); ++index) {
+            const std::size_t end = matchEnd(segments.at(index), 0, token);
+            if (end == npos) {
                 ++skipped;
                 continue;
             }
-            const double whole = segment.size() == token.size() ? *s + 3.0 : *s;
-            total = total + whole - 0.05 * double(segment.size() - token.size()) - 0.4 * skipped;
-            matched = index;
-            next = index + 1;
+            groups.push_back({index, t, 1, skipped});
+            position = end;
             found = true;
             break;
         }
         if (!found)
-            return std::nullopt;
+            return false;
     }
-    double result = total - 0.3 * double(count);
-    if (matched == count - 1)
+    return true;
+}
+
+// Whether `segment` is exactly the group's words with one blank between them.
+bool isWholeName(std::u32string_view segment, const std::vector<Scalars> &tokens, const Group &group)
+{
+    std::size_t offset = 0;
+    for (std::size_t t = group.firstToken; t < group.firstToken + group.tokenCount; ++t) {
+        if (t > group.firstToken) {
+            if (offset >= segment.size() || segment[offset] != U' ')
+                return false;
+            ++offset;
+        }
+        const Scalars &token = tokens[t];
+        if (segment.substr(offset, token.size()) != token)
+            return false;
+        offset += token.size();
+    }
+    return offset == segment.size();
+}
+
+// A group scores as one token made of its words would score in its segment.
+Outcome total(const FoldedSegments &segments, const std::vector<Scalars> &tokens, const std::vector<Group> &groups)
+{
+    double sum = 0;
+    Scalars joined;
+    for (const Group &group : groups) {
+        const std::u32string_view segment = segments.at(group.segment);
+        std::u32string_view token = tokens[group.firstToken];
+        if (group.tokenCount > 1) {
+            joined.clear();
+            for (std::size_t t = group.firstToken; t < group.firstToken + group.tokenCount; ++t)
+                joined += tokens[t];
+            token = joined;
+        }
+        const double s = matchSegment(segment, token);
+        if (isWholeName(segment, tokens, group))
+            sum = sum + s + 3.0 - 0.4 * group.skipped;
+        else
+            sum = sum + s - 0.05 * double(segment.size() - token.size()) - 0.4 * group.skipped;
+    }
+    const std::size_t count = segments.count();
+    double result = sum - 0.3 * double(count);
+    const Group &last = groups.back();
+    if (last.segment == count - 1)
         result += 2.0;
-    return Outcome{result, qsizetype(matched)};
+    return {result, qsizetype(last.segment), qsizetype(last.tokenCount)};
+}
+
+std::optional<Outcome> scoreSegments(const FoldedSegments &segments, const std::vector<Scalars> &tokens,
+                                     std::vector<Group> &groups)
+{
+    if (segments.count() == 0 || tokens.empty())
+        return std::nullopt;
+    if (!place(segments, tokens, true, groups))
+        return std::nullopt;
+    const bool shared = std::any_of(groups.begin(), groups.end(), [](const Group &g) { return g.tokenCount > 1; });
+    // A placement with one token per segment, when there is one, is the one that counts.
+    if (shared && tokens.size() <= segments.count()) {
+        std::vector<Group> separate;
+        if (place(segments, tokens, false, separate))
+            return total(segments, tokens, separate);
+    }
+    return total(segments, tokens, groups);
 }
 
 QList<QByteArray> segmentsBelow(const QByteArray &path, const QByteArray &prefix)
@@ -127,28 +204,41 @@ QList<QByteArray> segmentsBelow(const QByteArray &path, const QByteArray &prefix
     return segments;
 }
 
-bool isAsciiPath(const QByteArray &path)
+// Scores are sums of multiples of 0.05; compared at a millionth so that two sums of the same
+// terms in another order count as equal.
+std::int64_t scoreKey(double score)
 {
-    return std::all_of(path.begin(), path.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    return std::llround(score * 1e6);
 }
 
 struct Candidate {
     double score;
-    qsizetype index;
+    const QByteArray *path;
     qsizetype lastMatchedSegmentIndex;
+    qsizetype lastSegmentWordCount;
 };
 
-void scanRange(const FolderPaths &paths, qsizetype begin, qsizetype end, const std::vector<Scalars> &tokens,
-               std::uint64_t tokenMask, const QByteArray &prefix, std::vector<Candidate> &out)
+bool better(const Candidate &a, const Candidate &b)
 {
-    LoweredSegments lowered;
-    for (qsizetype index = begin; index < end; ++index) {
-        const std::uint64_t mask = paths.characterMask(index);
-        if ((mask & tokenMask) != tokenMask)
-            continue;
-        lowered.assign(paths.at(index), prefix, !(mask & FolderPaths::nonAsciiBit));
-        if (const auto outcome = scoreSegments(lowered, tokens))
-            out.push_back({outcome->score, index, outcome->lastMatchedSegmentIndex});
+    return isBetterMatch(a.score, *a.path, b.score, *b.path);
+}
+
+void scanChunks(const FolderPaths::Chunks &chunks, std::size_t begin, std::size_t end,
+                const std::vector<Scalars> &tokens, std::uint64_t tokenMask, const QByteArray &prefix,
+                std::vector<Candidate> &out)
+{
+    FoldedSegments folded;
+    std::vector<Group> groups;
+    for (std::size_t c = begin; c < end; ++c) {
+        const FolderChunk &chunk = *chunks[c];
+        for (std::size_t i = 0; i < chunk.paths.size(); ++i) {
+            if ((chunk.masks[i] & tokenMask) != tokenMask)
+                continue;
+            folded.assign(chunk.paths[i], prefix);
+            if (const auto outcome = scoreSegments(folded, tokens, groups))
+                out.push_back({outcome->score, &chunk.paths[i], outcome->lastMatchedSegmentIndex,
+                               outcome->lastSegmentWordCount});
+        }
     }
 }
 
@@ -158,18 +248,28 @@ constexpr qsizetype pathsPerThread = 25'000;
 std::vector<Candidate> scanAll(const FolderPaths &paths, const std::vector<Scalars> &tokens, std::uint64_t tokenMask,
                                const QByteArray &prefix)
 {
+    const FolderPaths::Chunks &chunks = paths.chunks();
     const qsizetype cores = std::clamp<qsizetype>(std::thread::hardware_concurrency(), 1, 8);
     const qsizetype parts = std::clamp<qsizetype>(paths.size() / pathsPerThread, 1, cores);
-    std::vector<std::vector<Candidate>> found(std::size_t(parts), std::vector<Candidate>{});
-    const auto bounds = [&](qsizetype part) { return paths.size() * part / parts; };
+    // Chunk boundaries that split the paths into `parts` nearly equal shares.
+    std::vector<std::size_t> bounds{0};
+    qsizetype seen = 0;
+    for (std::size_t c = 0; c < chunks.size() && qsizetype(bounds.size()) < parts; ++c) {
+        seen += qsizetype(chunks[c]->paths.size());
+        if (seen >= paths.size() * qsizetype(bounds.size()) / parts)
+            bounds.push_back(c + 1);
+    }
+    bounds.push_back(chunks.size());
+    const std::size_t shares = bounds.size() - 1;
+    std::vector<std::vector<Candidate>> found(shares);
     {
         std::vector<std::jthread> helpers;
-        for (qsizetype part = 1; part < parts; ++part) {
+        for (std::size_t part = 1; part < shares; ++part) {
             helpers.emplace_back([&, part] {
-                scanRange(paths, bounds(part), bounds(part + 1), tokens, tokenMask, prefix, found[std::size_t(part)]);
+                scanChunks(chunks, bounds[part], bounds[part + 1], tokens, tokenMask, prefix, found[part]);
             });
         }
-        scanRange(paths, 0, bounds(1), tokens, tokenMask, prefix, found[0]);
+        scanChunks(chunks, bounds[0], bounds[1], tokens, tokenMask, prefix, found[0]);
     }
     std::vector<Candidate> all = std::move(found[0]);
     for (std::size_t part = 1; part < found.size(); ++part)
@@ -182,21 +282,49 @@ std::vector<Scalars> toScalars(const QStringList &tokens)
     std::vector<Scalars> result;
     result.reserve(std::size_t(tokens.size()));
     for (const QString &token : tokens) {
-        const QList<uint> ucs4 = token.toUcs4();
-        result.emplace_back(ucs4.begin(), ucs4.end());
+        Scalars scalars = folded(token);
+        if (!scalars.empty())
+            result.push_back(std::move(scalars));
     }
     return result;
 }
 
 } // namespace
 
+QStringList queryWords(const QString &query)
+{
+    QStringList words;
+    QString word;
+    for (const QChar c : query) {
+        if (c.isSpace() || c == u'/') {
+            if (!word.isEmpty())
+                words.append(std::exchange(word, QString()));
+        } else {
+            word.append(c);
+        }
+    }
+    if (!word.isEmpty())
+        words.append(word);
+    return words;
+}
+
+bool isBetterMatch(double score, const QByteArray &path, double otherScore, const QByteArray &otherPath)
+{
+    const std::int64_t key = scoreKey(score);
+    const std::int64_t otherKey = scoreKey(otherScore);
+    if (key != otherKey)
+        return key > otherKey;
+    if (path.size() != otherPath.size())
+        return path.size() < otherPath.size();
+    return path < otherPath;
+}
+
 QList<FolderMatch> search(const QString &query, const FolderPaths &paths, const QByteArray &homePath,
                           qsizetype limit)
 {
-    const QStringList words = query.toLower().simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    if (words.isEmpty() || limit <= 0)
+    const std::vector<Scalars> tokens = toScalars(queryWords(query));
+    if (tokens.empty() || limit <= 0)
         return {};
-    const std::vector<Scalars> tokens = toScalars(words);
     std::uint64_t tokenMask = 0;
     for (const Scalars &token : tokens) {
         for (const char32_t scalar : token)
@@ -205,10 +333,6 @@ QList<FolderMatch> search(const QString &query, const FolderPaths &paths, const 
     const QByteArray prefix = homePath + '/';
 
     std::vector<Candidate> candidates = scanAll(paths, tokens, tokenMask, prefix);
-    // Best first; equal scores in snapshot order, as a stable sort would leave them.
-    const auto better = [](const Candidate &a, const Candidate &b) {
-        return a.score != b.score ? a.score > b.score : a.index < b.index;
-    };
     const auto kept = std::min<std::size_t>(candidates.size(), std::size_t(limit));
     std::partial_sort(candidates.begin(), candidates.begin() + std::ptrdiff_t(kept), candidates.end(), better);
 
@@ -216,20 +340,22 @@ QList<FolderMatch> search(const QString &query, const FolderPaths &paths, const 
     matches.reserve(qsizetype(kept));
     for (std::size_t rank = 0; rank < kept; ++rank) {
         const Candidate &candidate = candidates[rank];
-        const QByteArray &path = paths.at(candidate.index);
-        matches.append({path, candidate.score, candidate.lastMatchedSegmentIndex, segmentsBelow(path, prefix)});
+        matches.append({*candidate.path, candidate.score, candidate.lastMatchedSegmentIndex,
+                        segmentsBelow(*candidate.path, prefix), candidate.lastSegmentWordCount});
     }
     return matches;
 }
 
 std::optional<FolderMatch> score(const QByteArray &path, const QStringList &tokens, const QByteArray &prefix)
 {
-    LoweredSegments lowered;
-    lowered.assign(path, prefix, isAsciiPath(path));
-    const auto outcome = scoreSegments(lowered, toScalars(tokens));
+    FoldedSegments folded;
+    folded.assign(path, prefix);
+    std::vector<Group> groups;
+    const auto outcome = scoreSegments(folded, toScalars(tokens), groups);
     if (!outcome)
         return std::nullopt;
-    return FolderMatch{path, outcome->score, outcome->lastMatchedSegmentIndex, segmentsBelow(path, prefix)};
+    return FolderMatch{path, outcome->score, outcome->lastMatchedSegmentIndex, segmentsBelow(path, prefix),
+                       outcome->lastSegmentWordCount};
 }
 
 QList<FolderMatch> rankDestinations(QList<FolderMatch> matches, const QList<QByteArray> &history)
@@ -239,8 +365,9 @@ QList<FolderMatch> rankDestinations(QList<FolderMatch> matches, const QList<QByt
         if (k >= 0)
             match.score += std::max(0.0, 4.0 - 0.3 * double(k));
     }
-    std::stable_sort(matches.begin(), matches.end(),
-                     [](const FolderMatch &a, const FolderMatch &b) { return a.score > b.score; });
+    std::stable_sort(matches.begin(), matches.end(), [](const FolderMatch &a, const FolderMatch &b) {
+        return isBetterMatch(a.score, a.path, b.score, b.path);
+    });
     return matches;
 }
 

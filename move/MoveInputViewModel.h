@@ -4,6 +4,7 @@
 
 #include <QObject>
 
+#include <functional>
 #include <optional>
 
 namespace dowsel {
@@ -15,7 +16,19 @@ namespace dowsel {
 class MoveInputViewModel : public QObject {
     Q_OBJECT
 public:
-    explicit MoveInputViewModel(QByteArray homePath, QObject *parent = nullptr);
+    // Finds the folder inside `parent` that a typed word names: its own name, compared without
+    // case or accents; none when there is no such folder.
+    using FolderLookup = std::function<std::optional<QByteArray>(const QByteArray &parent, const QString &word)>;
+
+    // What "create" would do with the query: a folder to make, or why none can be made.
+    struct NewFolder {
+        std::optional<QByteArray> path;
+        QString refusal;          // shown instead of a path when there is one
+        bool wordsJoined = false; // several words made one name ("old proj")
+    };
+
+    // `lookup` defaults to reading the folders on disk.
+    explicit MoveInputViewModel(QByteArray homePath, QObject *parent = nullptr, FolderLookup lookup = {});
 
     const QString &query() const { return m_query; }
     void setQuery(const QString &query);
@@ -34,9 +47,18 @@ public:
     bool showsRecent() const;
     // The highlighted destination, if the highlight is on a row.
     std::optional<QByteArray> selectedURL() const;
-    // The folder that "create" would make from the query's words, always inside home. None
-    // without words, or when a word is "." or ".." or holds a "/".
-    std::optional<QByteArray> newFolderURL() const;
+    // The folder that "create" would make from the query, always inside home:
+    // - with "/" in the query, the path as typed below home ("Projects/website"; "~/" and the
+    //   home folder's own path in front are allowed);
+    // - else, with a highlighted match, in place of the segment where the last words matched
+    //   ("doc inv" on Documents/Invoices gives Documents/inv);
+    // - else the leading words that name existing folders, level by level, then the other
+    //   words joined by a blank as one name ("Work Q3" gives Work/Q3 when Work exists, and
+    //   "old proj" gives "old proj" when there is no folder "old").
+    // Names "." and "..", names too long, and paths leaving home are refused with the reason.
+    NewFolder newFolder() const;
+    std::optional<QByteArray> newFolderURL() const { return newFolder().path; }
+    // A non-blank query shows the Create row: the new folder, or why there is none.
     bool showsCreateRow() const;
 
     // The paths of the rows shown, top to bottom.
@@ -64,12 +86,16 @@ Q_SIGNALS:
 
 private:
     bool isInsideHome(const QByteArray &path) const;
+    NewFolder computeNewFolder() const;
+    void forgetNewFolder() { m_newFolder.reset(); }
 
     QString m_query;
     QList<FolderMatch> m_results;
     QList<QByteArray> m_mruSuggestions;
     qsizetype m_selectedIndex = 0;
     const QByteArray m_homePath;
+    FolderLookup m_lookup;
+    mutable std::optional<NewFolder> m_newFolder; // until the query, results or highlight change
 };
 
 } // namespace dowsel

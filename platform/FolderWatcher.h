@@ -2,31 +2,43 @@
 
 #include <QByteArray>
 
-#include <cstdint>
 #include <functional>
 #include <vector>
 
 namespace dowsel {
 
-// A folder as the crawler found it. The inode tells a folder apart from a new one created
-// under the same name.
-struct FolderEntry {
-    QByteArray path;
-    std::uint64_t inode = 0;
+// News from a watched folder.
+struct FolderChange {
+    enum class Kind {
+        children, // a folder appeared in it, vanished from it or was renamed
+        marker,   // a file that may make it a cache or an environment appeared or vanished
+        gone,     // the folder itself was deleted; its watch is no more
+        overflow, // the system dropped news: anything may have changed (`folder` is empty)
+    };
+    Kind kind = Kind::children;
+    QByteArray folder;
+
+    friend bool operator==(const FolderChange &, const FolderChange &) = default;
 };
 
-// Reports that folders may have appeared, vanished or been renamed inside the watched
-// folders. Changes to files are not reported.
+// Watches folders, by path, for folders appearing, vanishing or being renamed inside them.
+// Changes to files are not reported, except for the marker files the folder index prunes by.
 class FolderWatcher {
 public:
+    enum class WatchResult { watched, limitReached, failed };
+
     virtual ~FolderWatcher() = default;
 
-    // `onChange` runs on the watcher's own thread, at most once per batch of kernel events;
-    // it should only pass the news on.
-    virtual void setChangeHandler(std::function<void()> onChange) = 0;
-    // From now on watches exactly `folders`. False when the system's limit on watches was
-    // reached before every folder was watched; the folders watched so far stay watched.
-    virtual bool watchExactly(const std::vector<FolderEntry> &folders) = 0;
+    // `onChanges` runs on the watcher's own thread, once per batch of kernel events, with the
+    // batch's news in order (each at most once); it should only pass them on.
+    virtual void setChangeHandler(std::function<void(std::vector<FolderChange>)> onChanges) = 0;
+    // Files by these names are reported as `marker` news when they appear or vanish.
+    virtual void setMarkerNames(std::vector<QByteArray> names) = 0;
+    // Starts watching the folder at `path`; watching it again changes nothing. A folder
+    // renamed while watched keeps its watch, which from then on reports under `path`.
+    virtual WatchResult watch(const QByteArray &path) = 0;
+    virtual void unwatch(const QByteArray &path) = 0;
+    virtual std::size_t watchCount() const = 0;
 };
 
 } // namespace dowsel

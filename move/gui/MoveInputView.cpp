@@ -282,8 +282,9 @@ void MoveInputView::paintCreateRow(QPainter &painter) const
 {
     const QRectF rect = createRowRect();
     st::paintDivider(painter, rect.top() - 1, width());
+    const MoveInputViewModel::NewFolder folder = m_model.newFolder();
     const QFont labelFont = st::font(11, QFont::Medium);
-    const QString label = tr("Create");
+    const QString label = folder.path ? tr("Create") : tr("Cannot create");
     double x = rect.left() + rowTextInset;
     painter.setFont(labelFont);
     painter.setPen(st::secondary());
@@ -291,13 +292,38 @@ void MoveInputView::paintCreateRow(QPainter &painter) const
     painter.drawText(QRectF(x, rect.top(), labelWidth + 1, rect.height()), Qt::AlignVCenter | Qt::AlignLeft, label);
     x += labelWidth + 6;
 
+    if (!folder.path) {
+        // Why nothing can be made: in the path's place, and no key to press.
+        const QFont reasonFont = st::font(11, QFont::Normal);
+        const double room = rect.right() - rowTextInset - x;
+        painter.setFont(reasonFont);
+        painter.setPen(st::primary(0.85));
+        painter.drawText(QRectF(x, rect.top(), room, rect.height()), Qt::AlignVCenter | Qt::AlignLeft,
+                         QFontMetricsF(reasonFont).elidedText(folder.refusal, Qt::ElideRight, room));
+        return;
+    }
     const QRectF cap = st::paintKeyCap(painter, rect.right() - rowTextInset, rect.center().y(), createKeys());
+    double right = cap.left() - 8;
+    if (folder.wordsJoined) {
+        // Several words make one name; say how to get nested folders instead.
+        const QFont hintFont = st::font(11, QFont::Normal);
+        const QString hint = tr("one name; type / to nest");
+        const double hintWidth = QFontMetricsF(hintFont).horizontalAdvance(hint);
+        if (hintWidth < (right - x) / 2) {
+            right -= hintWidth;
+            painter.setFont(hintFont);
+            painter.setPen(st::secondary());
+            painter.drawText(QRectF(right, rect.top(), hintWidth + 1, rect.height()), Qt::AlignVCenter | Qt::AlignLeft,
+                             hint);
+            right -= 8;
+        }
+    }
     const QFont pathFont = st::font(11, QFont::DemiBold);
-    const QString path = QFontMetricsF(pathFont).elidedText(m_model.displayPath(m_model.newFolderURL().value()),
-                                                           Qt::ElideMiddle, cap.left() - 8 - x);
+    const QString path =
+        QFontMetricsF(pathFont).elidedText(m_model.displayPath(*folder.path), Qt::ElideMiddle, right - x);
     painter.setFont(pathFont);
     painter.setPen(st::primary());
-    painter.drawText(QRectF(x, rect.top(), cap.left() - 8 - x, rect.height()), Qt::AlignVCenter | Qt::AlignLeft, path);
+    painter.drawText(QRectF(x, rect.top(), right - x, rect.height()), Qt::AlignVCenter | Qt::AlignLeft, path);
 }
 
 void MoveInputView::mousePressEvent(QMouseEvent *event)
@@ -315,7 +341,8 @@ void MoveInputView::mouseReleaseEvent(QMouseEvent *event)
         m_model.setSelectedIndex(pressedRow);
         if (onSubmit)
             onSubmit();
-    } else if (pressedCreate && createRowRect().contains(event->position()) && onCreateNew) {
+    } else if (pressedCreate && createRowRect().contains(event->position()) && m_model.newFolderURL()
+               && onCreateNew) {
         onCreateNew();
     }
 }

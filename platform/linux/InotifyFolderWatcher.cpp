@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstring>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/eventfd.h>
 #include <sys/inotify.h>
 #include <unistd.h>
@@ -16,18 +17,8 @@ namespace dowsel {
 
 namespace {
 
-constexpr std::uint32_t watchMask =
-    IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
-
-// Only folders matter: a file created or deleted leaves the list of folders as it is.
-bool changesFolders(const inotify_event &event)
-{
-    if (event.mask & IN_Q_OVERFLOW)
-        return true;
-    if (event.mask & (IN_DELETE_SELF | IN_MOVE_SELF))
-        return true;
-    return (event.mask & IN_ISDIR) && (event.mask & (IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO));
-}
+constexpr std::uint32_t watchMask = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ONLYDIR | IN_DONT_FOLLOW;
+constexpr std::uint32_t entryEvents = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
 
 } // namespace
 
@@ -50,65 +41,101 @@ InotifyFolderWatcher::~InotifyFolderWatcher()
     ::close(m_wakeFd);
 }
 
-void InotifyFolderWatcher::setChangeHandler(std::function<void()> onChange)
+void InotifyFolderWatcher::setChangeHandler(std::function<void(std::vector<FolderChange>)> onChanges)
 {
     std::lock_guard lock(m_handlerMutex);
-    m_onChange = std::move(onChange);
+    m_onChanges = std::move(onChanges);
 }
 
-bool InotifyFolderWatcher::watchExactly(const std::vector<FolderEntry> &folders)
+void InotifyFolderWatcher::setMarkerNames(std::vector<QByteArray> names)
+{
+    std::lock_guard lock(m_mutex);
+    m_markerNames = std::move(names);
+}
+
+FolderWatcher::WatchResult InotifyFolderWatcher::watch(const QByteArray &path)
 {
     if (m_inotifyFd < 0)
-        return false;
-    std::vector<int> dropped;
-    {
-        std::lock_guard lock(m_droppedMutex);
-        dropped.swap(m_droppedWatches);
+        return WatchResult::failed;
+    const int descriptor = inotify_add_watch(m_inotifyFd, path.constData(), watchMask);
+    if (descriptor < 0)
+        return errno == ENOSPC ? WatchResult::limitReached : WatchResult::failed;
+    std::lock_guard lock(m_mutex);
+    // The same folder under an older path (it was renamed): the watch now goes by this one.
+    if (const auto older = m_pathOf.constFind(descriptor); older != m_pathOf.constEnd() && *older != path)
+        m_watchOf.remove(*older);
+    // Another folder under this path before (deleted, or moved away): its watch is of no use.
+    if (const auto previous = m_watchOf.constFind(path); previous != m_watchOf.constEnd() && *previous != descriptor) {
+        inotify_rm_watch(m_inotifyFd, *previous);
+        m_pathOf.remove(*previous);
     }
-    m_watches.removeIf([&dropped](const auto &entry) {
-        return std::find(dropped.begin(), dropped.end(), entry.value().descriptor) != dropped.end();
-    });
-
-    QHash<QByteArray, Watch> next;
-    next.reserve(qsizetype(folders.size()));
-    QSet<int> kept;
-    bool complete = true;
-    for (const FolderEntry &folder : folders) {
-        const auto known = m_watches.constFind(folder.path);
-        if (known != m_watches.constEnd() && known->inode == folder.inode) {
-            next.insert(folder.path, *known);
-            kept.insert(known->descriptor);
-            continue;
-        }
-        if (!complete)
-            continue;
-        const int descriptor = inotify_add_watch(m_inotifyFd, folder.path.constData(), watchMask);
-        if (descriptor >= 0) {
-            next.insert(folder.path, Watch{descriptor, folder.inode});
-            kept.insert(descriptor);
-        } else if (errno == ENOSPC) {
-            complete = false;
-        }
-        // Any other failure (the folder vanished, or may not be read) leaves it unwatched.
-    }
-    for (const Watch &old : std::as_const(m_watches)) {
-        if (!kept.contains(old.descriptor))
-            inotify_rm_watch(m_inotifyFd, old.descriptor);
-    }
-    m_watches = std::move(next);
-    return complete;
+    m_pathOf.insert(descriptor, path);
+    m_watchOf.insert(path, descriptor);
+    return WatchResult::watched;
 }
 
-void InotifyFolderWatcher::notifyChange()
+void InotifyFolderWatcher::unwatch(const QByteArray &path)
 {
-    std::lock_guard lock(m_handlerMutex);
-    if (m_onChange)
-        m_onChange();
+    std::lock_guard lock(m_mutex);
+    const auto found = m_watchOf.constFind(path);
+    if (found == m_watchOf.constEnd())
+        return;
+    const int descriptor = *found;
+    m_watchOf.erase(found);
+    m_pathOf.remove(descriptor);
+    inotify_rm_watch(m_inotifyFd, descriptor);
+}
+
+std::size_t InotifyFolderWatcher::watchCount() const
+{
+    std::lock_guard lock(m_mutex);
+    return std::size_t(m_watchOf.size());
+}
+
+std::vector<FolderChange> InotifyFolderWatcher::changesIn(const char *buffer, std::size_t length)
+{
+    std::vector<FolderChange> changes;
+    QSet<QByteArray> seen[4];
+    const auto add = [&](FolderChange::Kind kind, const QByteArray &folder) {
+        if (!seen[int(kind)].contains(folder)) {
+            seen[int(kind)].insert(folder);
+            changes.push_back({kind, folder});
+        }
+    };
+    std::lock_guard lock(m_mutex);
+    for (std::size_t offset = 0; offset < length;) {
+        inotify_event event;
+        std::memcpy(&event, buffer + offset, sizeof event);
+        const char *name = buffer + offset + sizeof event;
+        const QByteArrayView nameView(name, qstrnlen(name, event.len));
+        offset += sizeof event + event.len;
+        if (event.mask & IN_Q_OVERFLOW) {
+            add(FolderChange::Kind::overflow, {});
+            continue;
+        }
+        const auto folder = m_pathOf.constFind(event.wd);
+        if (folder == m_pathOf.constEnd())
+            continue; // a watch given up since
+        if (event.mask & IN_IGNORED) {
+            const QByteArray path = *folder;
+            m_pathOf.erase(folder);
+            if (m_watchOf.value(path, -1) == event.wd)
+                m_watchOf.remove(path);
+            add(FolderChange::Kind::gone, path);
+        } else if ((event.mask & entryEvents) && (event.mask & IN_ISDIR)) {
+            add(FolderChange::Kind::children, *folder);
+        } else if ((event.mask & entryEvents)
+                   && std::find(m_markerNames.begin(), m_markerNames.end(), nameView) != m_markerNames.end()) {
+            add(FolderChange::Kind::marker, *folder);
+        }
+    }
+    return changes;
 }
 
 void InotifyFolderWatcher::run()
 {
-    alignas(inotify_event) char buffer[16 * 1024];
+    pthread_setname_np(pthread_self(), "dowsel-folders");
+    std::vector<char> buffer(64 * 1024);
     pollfd fds[2] = {{m_wakeFd, POLLIN, 0}, {m_inotifyFd, POLLIN, 0}};
     const nfds_t count = m_inotifyFd >= 0 ? 2 : 1;
     for (;;) {
@@ -119,23 +146,19 @@ void InotifyFolderWatcher::run()
         }
         if (fds[0].revents)
             return;
-        bool changed = false;
+        std::vector<FolderChange> changes;
         for (;;) {
-            const ssize_t length = ::read(m_inotifyFd, buffer, sizeof buffer);
+            const ssize_t length = ::read(m_inotifyFd, buffer.data(), buffer.size());
             if (length <= 0)
                 break;
-            for (ssize_t offset = 0; offset < length;) {
-                const auto *event = reinterpret_cast<const inotify_event *>(buffer + offset);
-                if (event->mask & IN_IGNORED) {
-                    std::lock_guard lock(m_droppedMutex);
-                    m_droppedWatches.push_back(event->wd);
-                }
-                changed = changed || changesFolders(*event);
-                offset += ssize_t(sizeof(inotify_event) + event->len);
-            }
+            std::vector<FolderChange> more = changesIn(buffer.data(), std::size_t(length));
+            changes.insert(changes.end(), more.begin(), more.end());
         }
-        if (changed)
-            notifyChange();
+        if (changes.empty())
+            continue;
+        std::lock_guard lock(m_handlerMutex);
+        if (m_onChanges)
+            m_onChanges(std::move(changes));
     }
 }
 

@@ -125,6 +125,15 @@ TEST_F(MoveView, TheCreateRowAppearsForATypedQueryAndSitsUnderTheMatches)
     QTest::mouseClick(&view, Qt::LeftButton, {}, create.center().toPoint());
     EXPECT_EQ(calls.createNew, 1);
     EXPECT_EQ(model.newFolderURL(), home + "/Documents/inv");
+
+    // A refused folder keeps its row, which then only says why.
+    view.field().clear();
+    QTest::keyClicks(&view.field(), QStringLiteral(".."));
+    model.setResults({});
+    ASSERT_FALSE(view.createRowRect().isEmpty());
+    EXPECT_FALSE(model.newFolder().refusal.isEmpty());
+    QTest::mouseClick(&view, Qt::LeftButton, {}, view.createRowRect().center().toPoint());
+    EXPECT_EQ(calls.createNew, 1);
 }
 
 struct TimeView : ::testing::Test {

@@ -42,7 +42,24 @@ protected:
     {
         std::filesystem::remove_all(std::string((home() + '/' + relative).constData()));
     }
+    void writeFile(const QByteArray &relative, const std::string &text)
+    {
+        std::ofstream(std::string((home() + '/' + relative).constData())) << text;
+    }
+    void rename(const QByteArray &from, const QByteArray &to)
+    {
+        std::filesystem::rename(std::string((home() + '/' + from).constData()), std::string((home() + '/' + to).constData()));
+    }
+    std::set<QByteArray> freshCrawl() const
+    {
+        std::set<QByteArray> paths;
+        for (const FolderEntry &entry : crawlFolders(home()))
+            paths.insert(entry.path);
+        return paths;
+    }
 };
+
+const std::string cacheTag = "Signature: 8a477f597d28d172789f06886806bc55\n# a cache\n";
 
 TEST(FolderIndexFilter, KeepsOnlyFoldersAPersonWouldMoveADownloadInto)
 {
@@ -59,7 +76,7 @@ TEST(FolderIndexFilter, KeepsOnlyFoldersAPersonWouldMoveADownloadInto)
          {"/home/u", "/home/u/Library", "/home/u/Library/Mobile Documents", "/home/u/Projects/node_modules",
           "/home/u/Projects/node_modules/lib", "/home/u/Apps/Tool.APP/Contents", "/home/u/.config",
           "/home/u/.config/x", "/home/u/a/__pycache__", "/home/u/Photos.photoslibrary/x", "/home/u/Kernel.\u212Aext",
-          "/home/ux", "/media/disk/Projects", "/home/u/a/dist/b"}) {
+          "/home/ux", "/media/disk/Projects", "/home/u/a/dist/b", "/home/u/venv/lib/python3.11/site-packages/x"}) {
         EXPECT_FALSE(index.shouldInclude(excluded)) << excluded;
     }
 }
@@ -106,6 +123,34 @@ TEST_F(FolderTree, CrawlListsWhatTheFilterKeepsAndNeverFollowsLinks)
     EXPECT_LT(crawled.indexOf(home() + "/deep/a"), crawled.indexOf(home() + "/deep/a/b/c"));
 }
 
+// Caches, environments and package trees are told by what they hold, not by their names.
+TEST_F(FolderTree, CrawlPrunesFoldersByTheirMarkers)
+{
+    for (const QByteArray &folder : QList<QByteArray>{
+             "code/app/target/debug/deps", "code/app/src", "venv/lib/python3.11/site-packages/pkg", "venv/bin",
+             "tools/lib/python3/site-packages/x", "go/pkg/mod/cache/download/x", "go/pkg/mod/github.com/a",
+             "go/src/mod/inner", "snap/firefox/common", "snapshots/2024", "Work/snap/x", "Rust/target/notes",
+             "Odd/tagged", "Writing/tag"}) {
+        makeFolder(folder);
+    }
+    writeFile("code/app/target/CACHEDIR.TAG", cacheTag);
+    writeFile("Odd/tagged/CACHEDIR.TAG", ""); // still being written
+    writeFile("Writing/tag/CACHEDIR.TAG", "not the signature");
+    writeFile("venv/pyvenv.cfg", "home = /usr/bin\n");
+    ASSERT_EQ(::symlink("x1", (home() + "/snap/firefox/current").constData()), 0);
+
+    const std::set<QByteArray> crawled = freshCrawl();
+    for (const char *kept : {"/code/app", "/code/app/src", "/tools/lib/python3", "/go/pkg", "/go/src/mod/inner",
+                             "/snapshots/2024", "/Work/snap/x", "/Rust/target/notes", "/Odd", "/Writing/tag"}) {
+        EXPECT_TRUE(crawled.contains(home() + kept)) << kept;
+    }
+    for (const char *pruned : {"/code/app/target", "/code/app/target/debug", "/venv", "/venv/bin",
+                               "/tools/lib/python3/site-packages", "/go/pkg/mod", "/go/pkg/mod/github.com",
+                               "/snap", "/snap/firefox", "/Odd/tagged"}) {
+        EXPECT_FALSE(crawled.contains(home() + pruned)) << pruned;
+    }
+}
+
 TEST_F(FolderTree, UnreadableFoldersAreListedWithoutTheirContents)
 {
     if (::geteuid() == 0)
@@ -132,10 +177,21 @@ protected:
 
     void SetUp() override
     {
-        makeFolder("Documents");
+        makeFolder("Documents/Old");
         index = std::make_unique<FolderIndex>(home(), std::unique_ptr<FolderWatcher>(watcher), clock, clock, queue);
     }
-    int rebuilds() const { return watcher->watchCalls(); }
+    void news(FolderChange::Kind kind, const QByteArray &relative = {})
+    {
+        watcher->change({{kind, relative.isEmpty() ? home() : home() + '/' + relative}});
+    }
+    std::set<QByteArray> indexed() const { return asSet(index->paths().list()); }
+    std::set<QByteArray> watchedNow() const
+    {
+        std::set<QByteArray> expected{home()};
+        for (const QByteArray &path : freshCrawl())
+            expected.insert(path);
+        return expected;
+    }
 };
 
 TEST_F(FolderIndexUpdates, IsEmptyUntilTheFirstCrawlThenWatchesHomeAndEveryKeptFolder)
@@ -145,67 +201,115 @@ TEST_F(FolderIndexUpdates, IsEmptyUntilTheFirstCrawlThenWatchesHomeAndEveryKeptF
     index->start();
     index->start();
     EXPECT_TRUE(index->hasGathered());
-    EXPECT_EQ(rebuilds(), 1);
-    EXPECT_EQ(index->paths().list(), QList<QByteArray>{home() + "/Documents"});
-    const auto watched = watcher->watched();
-    ASSERT_EQ(watched.size(), 2u);
-    EXPECT_EQ(watched[0].path, home());
-    EXPECT_EQ(watched[1].path, home() + "/Documents");
+    EXPECT_EQ(indexed(), (std::set<QByteArray>{home() + "/Documents", home() + "/Documents/Old"}));
+    EXPECT_EQ(watcher->watched(), watchedNow());
+    EXPECT_EQ(watcher->markerNames(), (std::vector<QByteArray>{"CACHEDIR.TAG", "pyvenv.cfg"}));
 }
 
-TEST_F(FolderIndexUpdates, ChangesAreBatchedThenRebuildAtMostEveryThreeSeconds)
+// After the first crawl, news make the index read only the folders they name.
+TEST_F(FolderIndexUpdates, NewsAreBatchedThenOnlyTheNamedFoldersAreReadAgain)
 {
-    index->start(); // first rebuild at t = 0
+    for (int i = 0; i < 50; ++i)
+        makeFolder("Area/" + QByteArray::number(i));
+    index->start();
     const FolderPaths before = index->paths();
-    makeFolder("Invoices");
+    const int crawlWatches = watcher->watchCalls();
+
+    makeFolder("Documents/Invoices/2024");
+    news(FolderChange::Kind::children, "Documents");
+    clock.advance(0.2);
+    news(FolderChange::Kind::children, "Documents"); // same batch
+    clock.advance(0.29);
+    EXPECT_FALSE(index->paths().contains(home() + "/Documents/Invoices"));
+    clock.advance(0.01);
+    EXPECT_EQ(indexed(), freshCrawl());
+    EXPECT_EQ(watcher->watchCalls() - crawlWatches, 2) << "only the two new folders are watched";
+    EXPECT_EQ(before.size(), 53) << "a snapshot taken earlier never changes";
+
+    // Removed with its subtree; its watches go too.
+    removeFolder("Documents/Invoices");
+    news(FolderChange::Kind::children, "Documents");
+    news(FolderChange::Kind::gone, "Documents/Invoices/2024");
+    news(FolderChange::Kind::gone, "Documents/Invoices");
+    clock.advance(0.5);
+    EXPECT_EQ(indexed(), freshCrawl());
+    EXPECT_EQ(watcher->watched(), watchedNow());
+
+    // Renamed: the old name goes, the new one comes with what is below it.
+    rename("Documents/Old", "Documents/Older");
+    makeFolder("Documents/Older/inside");
+    news(FolderChange::Kind::children, "Documents");
+    clock.advance(0.5);
+    EXPECT_EQ(indexed(), freshCrawl());
+    EXPECT_EQ(watcher->watched(), watchedNow());
+    EXPECT_EQ(watcher->watchCalls() - crawlWatches, 4);
+
+    // A folder that becomes a Python environment leaves the index, and comes back when the
+    // environment is gone.
+    makeFolder("Documents/Older/lib/site-packages");
+    writeFile("Documents/Older/pyvenv.cfg", "x");
+    news(FolderChange::Kind::marker, "Documents/Older");
+    clock.advance(0.5);
+    EXPECT_FALSE(index->paths().contains(home() + "/Documents/Older"));
+    EXPECT_EQ(indexed(), freshCrawl());
+    removeFolder("Documents/Older");
+    makeFolder("Documents/Older");
+    news(FolderChange::Kind::children, "Documents");
+    clock.advance(0.5);
+    EXPECT_EQ(indexed(), freshCrawl());
+    EXPECT_EQ(watcher->watched(), watchedNow());
+}
+
+// News the system dropped: a full crawl, at most once every three seconds (start to start).
+TEST_F(FolderIndexUpdates, AnOverflowCrawlsEverythingAgainAtMostEveryThreeSeconds)
+{
+    index->start(); // first crawl at t = 0
+    const int perCrawl = watcher->watchCalls();
+    makeFolder("Unannounced/a");
+    removeFolder("Documents/Old");
 
     clock.advance(1.0);
-    watcher->change();
-    watcher->change(); // same batch
-    clock.advance(0.5);  // batch handed on at t = 1.5: too soon after the first rebuild
-    watcher->change();
-    clock.advance(0.5);  // second batch at t = 2.0 joins the pending rebuild
-    clock.advance(0.99);
-    EXPECT_EQ(rebuilds(), 1);
-    EXPECT_FALSE(index->paths().list().contains(home() + "/Invoices"));
+    news(FolderChange::Kind::overflow);
+    clock.advance(0.5); // batch closes at t = 1.5: too soon after the first crawl
+    news(FolderChange::Kind::children, "Documents");
+    clock.advance(1.49);
+    EXPECT_EQ(watcher->watchCalls(), perCrawl);
+    EXPECT_TRUE(index->paths().contains(home() + "/Documents/Old")) << "the pending crawl covers later news";
 
-    clock.advance(0.01); // t = 3.0, three seconds after the first rebuild started
-    EXPECT_EQ(rebuilds(), 2);
-    EXPECT_TRUE(index->paths().list().contains(home() + "/Invoices"));
-    EXPECT_EQ(before.size(), 1) << "a snapshot taken earlier never changes";
+    clock.advance(0.01); // t = 3.0
+    EXPECT_EQ(indexed(), freshCrawl());
+    EXPECT_EQ(watcher->watched(), watchedNow());
+    const int afterSecond = watcher->watchCalls();
     clock.advance(30);
-    EXPECT_EQ(rebuilds(), 2);
+    EXPECT_EQ(watcher->watchCalls(), afterSecond);
 
-    // Long after the last rebuild, a change rebuilds as soon as its batch closes.
-    removeFolder("Invoices");
-    watcher->change();
-    clock.advance(0.49);
-    EXPECT_EQ(rebuilds(), 2);
-    clock.advance(0.01);
-    EXPECT_EQ(rebuilds(), 3);
-    EXPECT_EQ(index->paths().list(), QList<QByteArray>{home() + "/Documents"});
+    // Long after the last crawl, an overflow crawls as soon as its batch closes.
+    makeFolder("Later");
+    news(FolderChange::Kind::overflow);
+    clock.advance(0.5);
+    EXPECT_EQ(indexed(), freshCrawl());
 }
 
 TEST_F(FolderIndexUpdates, RunningOutOfWatchesFallsBackToPeriodicRescans)
 {
     watcher->setWatchLimit(1);
     index->start();
-    EXPECT_EQ(rebuilds(), 1);
+    EXPECT_EQ(watcher->watched().size(), 1u);
     makeFolder("New");
     clock.advance(FolderIndex::fallbackRescanInterval);
-    EXPECT_EQ(rebuilds(), 2);
-    EXPECT_TRUE(index->paths().list().contains(home() + "/New"));
+    EXPECT_TRUE(index->paths().contains(home() + "/New"));
+    removeFolder("New");
     clock.advance(FolderIndex::fallbackRescanInterval);
-    EXPECT_EQ(rebuilds(), 3);
+    EXPECT_EQ(indexed(), freshCrawl());
     EXPECT_EQ(clock.pendingCount(), 1u) << "one rescan timer, however often the limit is hit";
 }
 
 TEST_F(FolderIndexUpdates, TimersOutlivingTheIndexDoNothing)
 {
     index->start();
-    watcher->change();
+    news(FolderChange::Kind::overflow);
     clock.advance(0.5);
-    watcher->change();
+    news(FolderChange::Kind::children);
     index.reset();
     clock.advance(10);
     EXPECT_EQ(clock.pendingCount(), 0u);
@@ -216,6 +320,8 @@ class InotifyFolderIndex : public FolderTree {
 protected:
     VirtualClock clock;
     WorkerThread worker{"FolderIndexTest", true};
+    InotifyFolderWatcher *watcher = new InotifyFolderWatcher;
+    FolderIndex index{home(), std::unique_ptr<FolderWatcher>(watcher), clock, clock, worker};
 
     // Lets every due timer fire, again and again, until `done` holds; news from the kernel may
     // take a moment, so it waits a little between rounds (it asserts nothing about time).
@@ -234,34 +340,68 @@ protected:
         }
         return false;
     }
+    // The index agrees with a fresh crawl, and watches exactly home and the folders it read.
+    bool matchesAFreshCrawl()
+    {
+        return settleUntil([this] {
+            std::size_t listed = 1;
+            for (const FolderEntry &entry : crawlFolders(home()))
+                listed += entry.listed ? 1 : 0;
+            return asSet(index.paths().list()) == freshCrawl() && watcher->watchCount() == listed;
+        });
+    }
 };
 
-TEST_F(InotifyFolderIndex, FollowsFoldersCreatedAndRecreatedUnderHome)
+TEST_F(InotifyFolderIndex, FollowsEveryKindOfChangeAsAFreshCrawlWouldSeeIt)
 {
-    makeFolder("Documents");
-    FolderIndex index(home(), std::make_unique<InotifyFolderWatcher>(), clock, clock, worker);
+    makeFolder("Documents/Invoices");
     index.start();
     worker.drain();
     ASSERT_TRUE(index.hasGathered());
-    const auto has = [&index, this](const char *relative) {
-        return index.paths().list().contains(home() + '/' + relative);
-    };
+    ASSERT_TRUE(matchesAFreshCrawl());
 
-    std::ofstream(std::string((home() + "/Documents/file.txt").constData())) << "x";
-    makeFolder("Documents/Invoices");
-    ASSERT_TRUE(settleUntil([&] { return has("Documents/Invoices"); }));
+    writeFile("Documents/file.txt", "x");
+    makeFolder("Documents/Invoices/2024/Q1");
+    EXPECT_TRUE(matchesAFreshCrawl()) << "created";
 
     // Deleted and created again under the same name (perhaps with the same inode number): the
     // new folder must be watched too.
     removeFolder("Documents/Invoices");
     makeFolder("Documents/Invoices");
-    makeFolder("Documents/Marker");
-    ASSERT_TRUE(settleUntil([&] { return has("Documents/Marker"); }));
-    makeFolder("Documents/Invoices/2024");
-    EXPECT_TRUE(settleUntil([&] { return has("Documents/Invoices/2024"); }));
+    EXPECT_TRUE(matchesAFreshCrawl()) << "re-created";
+    makeFolder("Documents/Invoices/2025");
+    EXPECT_TRUE(matchesAFreshCrawl()) << "inside the re-created folder";
 
-    removeFolder("Documents/Invoices");
-    EXPECT_TRUE(settleUntil([&] { return !has("Documents/Invoices/2024") && !has("Documents/Invoices"); }));
+    rename("Documents/Invoices", "Bills");
+    EXPECT_TRUE(matchesAFreshCrawl()) << "renamed";
+    makeFolder("Bills/2025/Dec");
+    EXPECT_TRUE(matchesAFreshCrawl()) << "inside the renamed folder";
+
+    // A subtree moved in from outside home, and one moved out.
+    QTemporaryDir outside;
+    std::filesystem::create_directories(outside.path().toStdString() + "/Album/Disc 1");
+    std::filesystem::rename(outside.path().toStdString() + "/Album", std::string((home() + "/Music").constData()));
+    EXPECT_TRUE(matchesAFreshCrawl()) << "moved in";
+    std::filesystem::rename(std::string((home() + "/Bills").constData()), outside.path().toStdString() + "/Bills");
+    EXPECT_TRUE(matchesAFreshCrawl()) << "moved out";
+    std::filesystem::create_directories(outside.path().toStdString() + "/Bills/after");
+    EXPECT_TRUE(matchesAFreshCrawl()) << "changes outside home are not followed";
+
+    // A project that grows a build cache, and a folder that becomes an environment.
+    makeFolder("Music/Disc 1/target");
+    writeFile("Music/Disc 1/target/CACHEDIR.TAG", cacheTag);
+    makeFolder("Music/Disc 1/target/debug");
+    EXPECT_TRUE(matchesAFreshCrawl()) << "cache";
+    makeFolder("Documents/env/lib");
+    EXPECT_TRUE(matchesAFreshCrawl());
+    writeFile("Documents/env/pyvenv.cfg", "x");
+    EXPECT_TRUE(matchesAFreshCrawl()) << "environment";
+    EXPECT_FALSE(index.paths().contains(home() + "/Documents/env"));
+
+    removeFolder("Music");
+    removeFolder("Documents");
+    EXPECT_TRUE(matchesAFreshCrawl()) << "removed";
+    EXPECT_TRUE(index.paths().isEmpty());
 }
 
 } // namespace

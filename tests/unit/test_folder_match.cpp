@@ -60,12 +60,52 @@ TEST(FolderMatch, ScoreKeepsSegmentsInTheirCaseAndTheSegmentOfTheLastWord)
                                   prefix)->score);
 }
 
-TEST(FolderMatch, EachSegmentTakesOneWordInPathOrder)
+TEST(FolderMatch, WordsMatchInPathOrder)
 {
-    const FolderPaths paths = under({"my projects", "Documents/Projects"});
-    EXPECT_TRUE(search(QStringLiteral("my proj"), paths, home, 3).isEmpty());
+    const FolderPaths paths = under({"Documents/Projects"});
     EXPECT_TRUE(search(QStringLiteral("proj doc"), paths, home, 3).isEmpty());
     EXPECT_EQ(pathsOf(search(QStringLiteral("doc proj"), paths, home, 3)), QList<QByteArray>{prefix + "Documents/Projects"});
+    EXPECT_EQ(pathsOf(search(QStringLiteral("Documents/proj"), paths, home, 3)),
+              QList<QByteArray>{prefix + "Documents/Projects"});
+    EXPECT_EQ(queryWords(QStringLiteral(" Projects/website\tnew ")), (QStringList{"Projects", "website", "new"}));
+}
+
+// Where no later segment is left for a word, it may continue in the segment of the word
+// before it; the group scores as one token of its words would in that segment.
+TEST(FolderMatch, SeveralWordsInsideOneSegment)
+{
+    const auto oldProj = score(prefix + "Old Projects", {QStringLiteral("old"), QStringLiteral("proj")}, prefix);
+    ASSERT_TRUE(oldProj);
+    EXPECT_NEAR(oldProj->score, 13.45, 1e-9);
+    EXPECT_EQ(oldProj->lastMatchedSegmentIndex, 0);
+    EXPECT_EQ(oldProj->lastSegmentWordCount, 2);
+
+    // The whole name typed: the exact-segment bonus, no length penalty.
+    EXPECT_NEAR(scoreOf("Pictures/Vacation 2023", {QStringLiteral("vacation"), QStringLiteral("2023")}), 23.5, 1e-9);
+
+    const auto album = score(prefix + "Music/Artist 3/Album A",
+                             {QStringLiteral("mus"), QStringLiteral("art"), QStringLiteral("3")}, prefix);
+    ASSERT_TRUE(album);
+    EXPECT_NEAR(album->score, 12.8, 1e-9);
+    EXPECT_EQ(album->lastMatchedSegmentIndex, 1);
+    EXPECT_EQ(album->lastSegmentWordCount, 2);
+
+    // One word per segment, where the path allows it, is the placement that counts.
+    const auto separate = score(prefix + "Old/Projects", {QStringLiteral("old"), QStringLiteral("proj")}, prefix);
+    ASSERT_TRUE(separate);
+    EXPECT_NEAR(separate->score, 18.7, 1e-9);
+    EXPECT_EQ(separate->lastSegmentWordCount, 1);
+
+    // Inside one segment the words keep their order, and letters are not used twice.
+    EXPECT_FALSE(score(prefix + "Old Projects", {QStringLiteral("proj"), QStringLiteral("old")}, prefix));
+    EXPECT_FALSE(score(prefix + "Old Projects", {QStringLiteral("old"), QStringLiteral("old")}, prefix));
+
+    const FolderPaths paths = under({"Old Projects", "Pictures/Vacation 2023", "Music/Artist 3/Album A", "Music"});
+    EXPECT_EQ(pathsOf(search(QStringLiteral("old proj"), paths, home, 3)), QList<QByteArray>{prefix + "Old Projects"});
+    EXPECT_EQ(pathsOf(search(QStringLiteral("vacation 2023"), paths, home, 3)),
+              QList<QByteArray>{prefix + "Pictures/Vacation 2023"});
+    EXPECT_EQ(pathsOf(search(QStringLiteral("mus art 3"), paths, home, 3)),
+              QList<QByteArray>{prefix + "Music/Artist 3/Album A"});
 }
 
 TEST(FolderMatch, BlankQueriesFindNothing)
@@ -77,14 +117,18 @@ TEST(FolderMatch, BlankQueriesFindNothing)
     EXPECT_TRUE(search(QStringLiteral("doc"), FolderPaths(), home, 3).isEmpty());
 }
 
-TEST(FolderMatch, CaseNeverMattersButAccentsDo)
+TEST(FolderMatch, NeitherCaseNorAccentsMatter)
 {
-    const FolderPaths paths = under({"ÉTÉ 2024", "Ete", "e\u0301te\u0301"});
-    EXPECT_EQ(pathsOf(search(QStringLiteral("été"), paths, home, 3)), QList<QByteArray>{prefix + "ÉTÉ 2024"});
-    EXPECT_EQ(pathsOf(search(QStringLiteral("ÉTÉ"), paths, home, 3)), QList<QByteArray>{prefix + "ÉTÉ 2024"});
-    EXPECT_FALSE(pathsOf(search(QStringLiteral("ETE"), paths, home, 3)).contains(prefix + "ÉTÉ 2024"));
-    // A decomposed accent is a different sequence of scalars.
-    EXPECT_EQ(pathsOf(search(QStringLiteral("e\u0301t"), paths, home, 3)), QList<QByteArray>{prefix + "e\u0301te\u0301"});
+    const FolderPaths paths = under({"Résumés", "École", "e\u0301te\u0301", "Øresund", "Курсы"});
+    EXPECT_EQ(pathsOf(search(QStringLiteral("resumes"), paths, home, 3)), QList<QByteArray>{prefix + "Résumés"});
+    EXPECT_EQ(pathsOf(search(QStringLiteral("ecole"), paths, home, 3)), QList<QByteArray>{prefix + "École"});
+    EXPECT_EQ(pathsOf(search(QStringLiteral("ÉCOLE"), paths, home, 3)), QList<QByteArray>{prefix + "École"});
+    // Precomposed and decomposed accents are the same letter.
+    EXPECT_EQ(pathsOf(search(QStringLiteral("été"), paths, home, 3)), QList<QByteArray>{prefix + "e\u0301te\u0301"});
+    EXPECT_EQ(pathsOf(search(QStringLiteral("oresund"), paths, home, 3)), QList<QByteArray>{prefix + "Øresund"});
+    EXPECT_EQ(pathsOf(search(QStringLiteral("КУР"), paths, home, 3)), QList<QByteArray>{prefix + "Курсы"});
+    // A folded name scores as the plain one would.
+    EXPECT_EQ(scoreOf("Résumés", {QStringLiteral("resumes")}), scoreOf("resumes", {QStringLiteral("resumes")}));
 }
 
 TEST(FolderMatch, KeepsExactBytesOfPathsThatAreNotUtf8)
@@ -96,11 +140,14 @@ TEST(FolderMatch, KeepsExactBytesOfPathsThatAreNotUtf8)
     EXPECT_EQ(found[0].segments.first(), QByteArray("Proj\xff\xfe"));
 }
 
-TEST(FolderMatch, TiesKeepIndexOrderAndOnlyTheBestAreKept)
+TEST(FolderMatch, EqualScoresGoShorterPathFirstThenAlphabetically)
 {
-    const FolderPaths paths = under({"A/Notes", "B/Notes", "Notes", "C/Notes", "D/Notes"});
-    const QList<FolderMatch> found = search(QStringLiteral("notes"), paths, home, 3);
-    EXPECT_EQ(pathsOf(found), (QList<QByteArray>{prefix + "Notes", prefix + "A/Notes", prefix + "B/Notes"}));
+    const QList<QByteArray> folders = {"Zed/Notes", "Abc/Notes", "Ab/Notes", "Notes", "Aa/Notes"};
+    QList<QByteArray> reversed(folders.rbegin(), folders.rend());
+    const QList<QByteArray> expected{prefix + "Notes", prefix + "Aa/Notes", prefix + "Ab/Notes"};
+    EXPECT_EQ(pathsOf(search(QStringLiteral("notes"), under(folders), home, 3)), expected);
+    EXPECT_EQ(pathsOf(search(QStringLiteral("notes"), under(reversed), home, 3)), expected);
+    EXPECT_EQ(pathsOf(search(QStringLiteral("notes"), under(folders), home, 5)).last(), prefix + "Zed/Notes");
 }
 
 TEST(FolderMatch, PathsOutsideHomeAreScoredOverAllTheirComponents)
@@ -132,7 +179,7 @@ TEST(FolderMatch, HistoryReordersTheBestButNeverAdmitsOthers)
 TEST(FolderMatch, SearchAgreesWithScoringEveryPath)
 {
     const std::vector<QByteArray> words = {"Documents", "Projects", "Invoices", "été", "Photos",  "Work",
-                                           "Client",    "src",      "Q3",       "Ärger", "Backup", "Proj\xff"};
+                                           "Client",    "src",      "Q3",       "Ärger", "Backup", "Proj\xff", "Ete 2", "Old Projects"};
     std::mt19937 random(7);
     QList<QByteArray> paths;
     for (int i = 0; i < 80'000; ++i) {
@@ -144,15 +191,17 @@ TEST(FolderMatch, SearchAgreesWithScoringEveryPath)
     }
     const FolderPaths snapshot(paths);
     for (const QString &query : {QStringLiteral("doc proj"), QStringLiteral("ÄR q3"), QStringLiteral("w c s"),
-                                QStringLiteral("proj\ufffd"), QStringLiteral("zzz")}) {
-        const QStringList tokens = query.toLower().split(QLatin1Char(' '), Qt::SkipEmptyParts);
+                                QStringLiteral("proj\ufffd"), QStringLiteral("zzz"), QStringLiteral("ete 1 2"),
+                                QStringLiteral("p r o j")}) {
+        const QStringList tokens = queryWords(query);
         QList<FolderMatch> expected;
         for (const QByteArray &path : paths) {
             if (auto match = score(path, tokens, prefix))
                 expected.append(*match);
         }
-        std::stable_sort(expected.begin(), expected.end(),
-                         [](const FolderMatch &a, const FolderMatch &b) { return a.score > b.score; });
+        std::sort(expected.begin(), expected.end(), [](const FolderMatch &a, const FolderMatch &b) {
+            return isBetterMatch(a.score, a.path, b.score, b.path);
+        });
         expected = expected.mid(0, 10);
 
         const QList<FolderMatch> found = search(query, snapshot, home, 10);
@@ -161,6 +210,7 @@ TEST(FolderMatch, SearchAgreesWithScoringEveryPath)
             EXPECT_EQ(found[i].path, expected[i].path) << query.toStdString() << " rank " << i;
             EXPECT_EQ(found[i].score, expected[i].score);
             EXPECT_EQ(found[i].lastMatchedSegmentIndex, expected[i].lastMatchedSegmentIndex);
+            EXPECT_EQ(found[i].lastSegmentWordCount, expected[i].lastSegmentWordCount);
         }
     }
 }

@@ -214,7 +214,7 @@ TEST_F(ToastActions, CreatingTheTypedFolderMovesThereAndAFailureKeepsTheInputOpe
     arrive("a.pdf");
     clock.advance(1);
     controller->openMoveInput();
-    controller->moveQueryChanged(QStringLiteral("Work Q3"));
+    controller->moveQueryChanged(QStringLiteral("Work/Q3"));
     controller->createFolderAndMove();
     EXPECT_TRUE(exists(home + "/Work/Q3/a.pdf"));
     EXPECT_FALSE(isVisible());
@@ -224,7 +224,7 @@ TEST_F(ToastActions, CreatingTheTypedFolderMovesThereAndAFailureKeepsTheInputOpe
     arrive("b.pdf");
     clock.advance(ToastController::showDelay);
     controller->openMoveInput();
-    controller->moveQueryChanged(QStringLiteral("File sub"));
+    controller->moveQueryChanged(QStringLiteral("File/sub"));
     controller->createFolderAndMove();
     EXPECT_TRUE(controller->isMoveInputVisible());
     EXPECT_TRUE(exists(download("b.pdf")));

@@ -458,6 +458,33 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
         <source>Create</source>
         <translation>Crear</translation>
     </message>
+    <message>
+        <source>Cannot create</source>
+        <translation>No se puede crear</translation>
+    </message>
+    <message>
+        <source>one name; type / to nest</source>
+        <translation>un solo nombre; escribe / para anidar</translation>
+    </message>
+</context>
+<context>
+    <name>dowsel::MoveInputViewModel</name>
+    <message>
+        <source>Only folders inside your home folder can be created</source>
+        <translation>Solo se pueden crear carpetas dentro de tu carpeta personal</translation>
+    </message>
+    <message>
+        <source>&quot;.&quot; and &quot;..&quot; are not folder names</source>
+        <translation>&quot;.&quot; y &quot;..&quot; no son nombres de carpeta</translation>
+    </message>
+    <message>
+        <source>A folder name can be at most 255 bytes long</source>
+        <translation>Un nombre de carpeta puede tener como máximo 255 bytes</translation>
+    </message>
+    <message>
+        <source>A folder name cannot hold a null character</source>
+        <translation>Un nombre de carpeta no puede contener un carácter nulo</translation>
+    </message>
 </context>
 <context>
     <name>dowsel::PermissionRow</name>
