@@ -132,6 +132,9 @@ void AppState::registerLoginItem()
 {
     if (const auto error = m_loginItem->registerAtStart())
         printFailure(QStringLiteral("Failed to register login item: ") + *error);
+    static constexpr const char *stateNames[] = {"absent", "enabled", "disabled"};
+    qCDebug(lcApp).noquote() << QStringLiteral("registerLoginItem: ") + m_loginItem->entryPath() + QStringLiteral(" is ")
+                                    + QLatin1String(stateNames[int(m_loginItem->state())]);
 }
 
 void AppState::openAppSettings()

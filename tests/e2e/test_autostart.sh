@@ -8,13 +8,19 @@ command -v desktop-file-validate >/dev/null || fail "desktop-file-validate is mi
 
 ENTRY="$XDG_CONFIG_HOME/autostart/dowsel.desktop"
 SETTINGS="$XDG_CONFIG_HOME/dowsel/settings.json"
+LOG="$E2E_ROOT/dowsel.log"
+export QT_LOGGING_RULES="dowsel.app.debug=true"
 e2e_start_x
 e2e_start_bus
 
-# Starts the binary until its core services run (it answers `list`), then stops it.
+# Starts the binary until it has dealt with the autostart entry, then stops it.
+registrations() { cat "$LOG" 2>/dev/null | grep -c "registerLoginItem: " || true; }
 run_once() {
+  local before
+  before=$(registrations)
   e2e_launch
-  wait_for 10 grep -q '"loginItemRegistered": *true' "$SETTINGS" || fail "the start did not record the entry: $(cat "$SETTINGS")"
+  wait_for 15 eval '[ "$(registrations)" -gt "$before" ]' || fail "the start did not get to the autostart entry: $(tail -n 5 "$LOG")"
+  grep -q '"loginItemRegistered": *true' "$SETTINGS" || fail "the start did not record the entry: $(cat "$SETTINGS")"
   e2e_stop
 }
 valid() { desktop-file-validate "$ENTRY" >"$E2E_ROOT/validate.log" 2>&1 && ! grep -qi error "$E2E_ROOT/validate.log"; }

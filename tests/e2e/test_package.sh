@@ -33,7 +33,8 @@ done
 for dev in -dev cmake gtest benchmark xvfb; do
   grep -q -- "$dev" <<<"$depends" && fail "Depends names a build or test package ($dev): $depends"
 done
-dpkg-deb -c "$DEB" | grep -q "./usr/share/man/man1/dowsel.1.gz" || fail "no compressed man page in the package"
+contents=$(dpkg-deb -c "$DEB")
+grep -q "./usr/share/man/man1/dowsel.1.gz" <<<"$contents" || fail "no compressed man page in the package"
 pass "scripts/package builds $(basename "$DEB"); lintian finds no error; Depends: $depends"
 
 DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "$DEB" >"$E2E_ROOT/apt.log" 2>&1 \
