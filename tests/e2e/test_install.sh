@@ -37,7 +37,7 @@ appstreamcli validate --no-net --pedantic "$META" >"$E2E_ROOT/v.log" 2>&1 || fai
 grep -q "<project_license>GPL-3.0-or-later</project_license>" "$META" || fail "the metadata names no licence"
 grep -q "<release version=\"${version#dowsel }\"" "$META" || fail "the metadata's release is not $version"
 grep -q '<launchable type="desktop-id">app.dowsel.Dowsel.desktop</launchable>' "$META" || fail "no launchable"
-for shot in $(sed -n 's/.*(\(docs\/[a-z-]*\.png\)).*/\1/p' "$(dirname "$0")/../../README.md"); do
+for shot in $(grep -o '(docs/[a-z-]*\.png)' "$(dirname "$0")/../../README.md" | tr -d '()' | sort -u); do
   grep -q "/$(basename "$shot")</image>" "$META" || fail "the README's $shot is not among the screenshots"
 done
 pass "the AppStream metadata validates, with the licence, the release and the README's screenshots"
