@@ -56,6 +56,15 @@ OnboardingFlow::~OnboardingFlow()
     cancelPoll();
 }
 
+OnboardingContent OnboardingFlow::content() const
+{
+    OnboardingContent content = onboardingContent(m_state);
+    if (content.openSettings && m_state.step == OnboardingStep::accessibility
+        && !m_services.permissions.canOpenSystemSettings(PermissionsManager::Permission::shortcuts))
+        content.openSettings.reset();
+    return content;
+}
+
 void OnboardingFlow::start()
 {
     if (m_isActive)

@@ -78,7 +78,8 @@ public:
     bool isVisible() const { return m_isVisible; }
     bool isPolling() const { return m_poll != Scheduler::invalidTimer; }
     const OnboardingState &state() const { return m_state; }
-    OnboardingContent content() const { return onboardingContent(m_state); }
+    // What the island shows; without keyboard settings to open, the shortcuts step offers none.
+    OnboardingContent content() const;
     const StaggeredAppear &appear() const { return m_appear; }
     const ActionDemo &actionDemo() const { return m_demo; }
 

@@ -213,6 +213,9 @@ TEST_F(OnboardingTest, BlockedShortcutsAreNamedAndPolledUntilFree)
     EXPECT_EQ(flow->state().status, Status::denied);
     EXPECT_TRUE(flow->content().message->contains("Super+Shift+T, Super+Shift+M"));
     EXPECT_TRUE(flow->content().showsSkip);
+    // "Open Settings" only where there are keyboard settings to open.
+    EXPECT_EQ(flow->content().openSettings.has_value(),
+        permissions->canOpenSystemSettings(PermissionsManager::Permission::shortcuts));
 
     clock.advance(0.5);
     EXPECT_EQ(shortcutChecks, 2);
