@@ -30,7 +30,10 @@ AppState::AppState(AppEnvironment environment, std::unique_ptr<TrackedFileStore>
       m_moveMRU(std::make_unique<MoveMRU>(m_env.preferences)),
       m_cleanupService(std::make_unique<CleanupService>(m_trackedFileActor, m_env.trash, m_env.clock, m_env.scheduler,
                                                         m_cleanupWorker)),
-      m_fileMover(std::make_unique<FileMover>(m_moveWorker, m_env.mainExecutor))
+      m_fileMover(std::make_unique<FileMover>(m_moveWorker, m_env.mainExecutor)),
+      m_loginItem(std::make_unique<LoginItem>(m_env.preferences, m_env.executablePath,
+                                              m_env.loginItemPath.isEmpty() ? LoginItem::defaultPath()
+                                                                            : m_env.loginItemPath))
 {
     m_toast = m_env.makeToast(*this);
 
@@ -89,8 +92,15 @@ void AppState::start()
 
 void AppState::startCoreServices(std::function<void()> done)
 {
-    if (m_coreStarted)
+    if (m_coreStarted) {
+        if (!done)
+            return;
+        if (m_coreReady)
+            done();
+        else
+            m_waitingForCore.push_back(std::move(done));
         return;
+    }
     m_coreStarted = true;
     m_isRunning = true;
     scanAndDismissExisting([this, done = std::move(done)]() mutable { finishCoreStart(std::move(done)); });
@@ -127,11 +137,16 @@ void AppState::finishCoreStart(std::function<void()> done)
                 return;
             self->m_cleanupService->startStaleRecordPruning();
             self->m_folderIndex->start();
-            if (const auto error = registerLoginItem(self->m_env.executablePath))
-                printFailure(QStringLiteral("Failed to register login item: ") + *error);
+            // During a first onboarding the entry waits for its completion.
+            if (self->m_env.preferences.boolean(prefkeys::hasCompletedOnboarding).value_or(false))
+                self->registerLoginItem();
+            self->m_coreReady = true;
             Q_EMIT self->coreServicesStarted();
+            std::vector<std::function<void()>> waiting = std::exchange(self->m_waitingForCore, {});
             if (done)
                 done();
+            for (auto &next : waiting)
+                next();
         });
     });
 }
@@ -171,6 +186,15 @@ void AppState::replaceDamagedStore(const QString &damage)
             if (self->m_coreStarted)
                 self->scanAndDismissExisting([] {});
         });
+}
+
+void AppState::registerLoginItem()
+{
+    if (const auto error = m_loginItem->registerAtStart())
+        printFailure(QStringLiteral("Failed to register login item: ") + *error);
+    static constexpr const char *stateNames[] = {"absent", "enabled", "disabled"};
+    qCDebug(lcApp).noquote() << QStringLiteral("registerLoginItem: ") + m_loginItem->entryPath() + QStringLiteral(" is ")
+                                    + QLatin1String(stateNames[int(m_loginItem->state())]);
 }
 
 void AppState::openAppSettings()

@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace dowsel {
 
@@ -15,6 +16,7 @@ class CleanupService;
 class DownloadTracker;
 class FileMover;
 class FolderIndex;
+class LoginItem;
 class MoveMRU;
 class Notifier;
 struct Notice;
@@ -46,6 +48,7 @@ struct AppEnvironment {
     QString executablePath; // for the autostart entry
     Notifier *notifier = nullptr; // desktop notifications; none in tests
     QString storePath;            // where a damaged store is replaced while running
+    QString loginItemPath; // empty: $XDG_CONFIG_HOME/autostart/dowsel.desktop
 };
 
 // Creates every long-lived service, wires them together and starts the core services once
@@ -60,8 +63,11 @@ public:
     // else the onboarding (which starts them itself when it is done).
     void start();
     // Starts the core services, once per process; `done` runs on the main thread when all
-    // steps are through.
+    // steps are through, also when they were started before (at once if they are running,
+    // else when the start under way ends).
     void startCoreServices(std::function<void()> done = {});
+    // Adds the autostart entry the first time, once onboarding is complete; see LoginItem.
+    void registerLoginItem();
     // Asks the popover to open on its settings page.
     void openAppSettings();
     // Tells the user on the desktop (see UserNotices for the texts). Any thread.
@@ -77,6 +83,7 @@ public:
     MoveMRU &moveMRU() { return *m_moveMRU; }
     CleanupService &cleanupService() { return *m_cleanupService; }
     FileMover &fileMover() { return *m_fileMover; }
+    LoginItem &loginItem() { return *m_loginItem; }
     ToastController &toastController() { return *m_toast.controller; }
     const AppEnvironment &environment() const { return m_env; }
     const QByteArray &downloadsPath() const { return m_env.downloadsPath; }
@@ -110,6 +117,9 @@ private:
     std::unique_ptr<FileMover> m_fileMover;
     ToastParts m_toast;
     std::unique_ptr<DownloadTracker> m_tracker;
+    std::unique_ptr<LoginItem> m_loginItem;
+    std::vector<std::function<void()>> m_waitingForCore; // `done`s of calls during the start
+    bool m_coreReady = false;
 
     bool m_isRunning = false;
     bool m_coreStarted = false;

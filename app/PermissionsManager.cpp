@@ -53,24 +53,57 @@ std::pair<bool, bool> PermissionsManager::refresh()
     return {m_hasAccessibility, m_hasDownloadsAccess};
 }
 
+namespace {
+
+struct SettingsProgram {
+    const char *program;
+    QStringList arguments;
+};
+
+// The keyboard settings of the common desktops; the first one installed wins.
+QList<SettingsProgram> keyboardSettingsPrograms()
+{
+    return {{"gnome-control-center", {QStringLiteral("keyboard")}},
+            {"systemsettings", {QStringLiteral("kcm_keys")}},
+            {"xfce4-keyboard-settings", {}},
+            {"mate-keybinding-properties", {}},
+            {"cinnamon-settings", {QStringLiteral("keyboard")}}};
+}
+
+} // namespace
+
+void PermissionsManager::setFileManagerReveal(std::function<void(const QByteArray &)> reveal)
+{
+    m_reveal = std::move(reveal);
+}
+
+bool PermissionsManager::canOpenSystemSettings(Permission permission) const
+{
+    if (permission == Permission::downloads)
+        return true;
+    for (const SettingsProgram &candidate : keyboardSettingsPrograms()) {
+        if (!QStandardPaths::findExecutable(QString::fromLatin1(candidate.program)).isEmpty())
+            return true;
+    }
+    return false;
+}
+
 void PermissionsManager::openSystemSettings(Permission permission) const
 {
-    // The first settings program found wins; arguments never pass through a shell.
-    struct Candidate {
-        const char *program;
-        QStringList arguments;
-    };
-    QList<Candidate> candidates;
-    if (permission == Permission::shortcuts) {
-        candidates = {{"gnome-control-center", {QStringLiteral("keyboard")}},
-                      {"systemsettings", {QStringLiteral("kcm_keys")}},
-                      {"xfce4-keyboard-settings", {}}};
-    } else {
-        // No folder consent on Linux: show the folder's owner and permissions in the file manager.
+    // Arguments never pass through a shell.
+    if (permission == Permission::downloads) {
+        // No folder consent on Linux: the folder itself, selected in the file manager.
+        if (m_reveal) {
+            m_reveal(m_downloadsPath);
+            return;
+        }
         const QString parent = QFileInfo(QFile::decodeName(m_downloadsPath)).absolutePath();
-        candidates = {{"xdg-open", {parent}}};
+        const QString open = QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
+        if (!open.isEmpty())
+            QProcess::startDetached(open, {parent});
+        return;
     }
-    for (const Candidate &candidate : candidates) {
+    for (const SettingsProgram &candidate : keyboardSettingsPrograms()) {
         const QString program = QStandardPaths::findExecutable(QString::fromLatin1(candidate.program));
         if (!program.isEmpty() && QProcess::startDetached(program, candidate.arguments))
             return;

@@ -28,8 +28,14 @@ public:
     // launch never touches the folder before the user is asked.
     std::pair<bool, bool> refresh();
     bool checkDownloadsAccess() const;
-    // Opens the desktop's own settings for the permission, where one exists.
+    // Opens the desktop's own place for the permission: the keyboard settings for the
+    // shortcuts; for Downloads, the folder shown in the file manager, where its owner and
+    // permissions can be changed.
     void openSystemSettings(Permission permission) const;
+    // Whether this desktop has such a place (no keyboard settings program: no button).
+    bool canOpenSystemSettings(Permission permission) const;
+    // How the file manager shows an item; without it the folder's parent is opened.
+    void setFileManagerReveal(std::function<void(const QByteArray &)> reveal);
 
 Q_SIGNALS:
     void changed();
@@ -38,6 +44,7 @@ private:
     const Preferences &m_prefs;
     QByteArray m_downloadsPath;
     std::function<bool()> m_accessibilityCheck;
+    std::function<void(const QByteArray &)> m_reveal;
     bool m_hasAccessibility = false;
     bool m_hasDownloadsAccess = false;
 };

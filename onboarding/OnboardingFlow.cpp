@@ -56,6 +56,15 @@ OnboardingFlow::~OnboardingFlow()
     cancelPoll();
 }
 
+OnboardingContent OnboardingFlow::content() const
+{
+    OnboardingContent content = onboardingContent(m_state);
+    if (content.openSettings && m_state.step == OnboardingStep::accessibility
+        && !m_services.permissions.canOpenSystemSettings(PermissionsManager::Permission::shortcuts))
+        content.openSettings.reset();
+    return content;
+}
+
 void OnboardingFlow::start()
 {
     if (m_isActive)
@@ -143,9 +152,7 @@ void OnboardingFlow::pollDownloads()
     if (m_services.permissions.checkDownloadsAccess()) {
         m_services.permissions.refresh();
         // Started here rather than at completion, so that the practice file gets a real toast.
-        startCoreServicesOnce();
-        setStatus(OnboardingPermissionStatus::granted);
-        after(downloadsGrantedPause, [this] { setStep(OnboardingStep::accessibility); });
+        startCoreServices();
         return;
     }
     const OnboardingProblem problem = isMissing(m_services.downloadsPath) ? OnboardingProblem::downloadsMissing
@@ -166,13 +173,24 @@ void OnboardingFlow::createDownloadsFolder()
         pollDownloads();
 }
 
-void OnboardingFlow::startCoreServicesOnce()
+void OnboardingFlow::startCoreServices()
 {
-    if (std::exchange(m_coreStartRequested, true))
-        return;
+    cancelPoll();
+    if (m_state.status == OnboardingPermissionStatus::denied)
+        setStatus(OnboardingPermissionStatus::requesting);
+    // "Granted" only once the folder is really watched.
+    const auto granted = [this, alive = std::weak_ptr<int>(m_lifetime)] {
+        if (alive.expired() || !m_isActive || m_state.step != OnboardingStep::downloads
+            || m_state.status == OnboardingPermissionStatus::granted)
+            return;
+        setStatus(OnboardingPermissionStatus::granted);
+        after(downloadsGrantedPause, [this] { setStep(OnboardingStep::accessibility); });
+    };
     qCDebug(lcOnboarding).noquote() << "onboarding: Downloads readable, starting core services";
     if (m_services.onStartCoreServices)
-        m_services.onStartCoreServices();
+        m_services.onStartCoreServices(granted);
+    else
+        granted();
 }
 
 // MARK: Shortcuts
@@ -253,6 +271,8 @@ void OnboardingFlow::completeOnboarding()
     m_appear.reset();
     m_services.permissions.refresh();
     qCDebug(lcOnboarding).noquote() << "completeOnboarding";
+    if (m_services.onCompleted)
+        m_services.onCompleted();
     Q_EMIT changed();
 }
 

@@ -41,7 +41,11 @@ public:
         QByteArray downloadsPath;
         // Tries the global key grabs; empty when this build has no key hook.
         std::function<ShortcutCheck()> checkShortcuts;
-        std::function<void()> onStartCoreServices;
+        // Starts the core services (once per process) and runs its argument when they are
+        // up, also when they were already running.
+        std::function<void(std::function<void()>)> onStartCoreServices;
+        // After the flow has completed and the preference says so.
+        std::function<void()> onCompleted;
     };
 
     static constexpr Seconds firstDownloadsCheckDelay = 1.0;
@@ -74,7 +78,8 @@ public:
     bool isVisible() const { return m_isVisible; }
     bool isPolling() const { return m_poll != Scheduler::invalidTimer; }
     const OnboardingState &state() const { return m_state; }
-    OnboardingContent content() const { return onboardingContent(m_state); }
+    // What the island shows; without keyboard settings to open, the shortcuts step offers none.
+    OnboardingContent content() const;
     const StaggeredAppear &appear() const { return m_appear; }
     const ActionDemo &actionDemo() const { return m_demo; }
 
@@ -86,7 +91,7 @@ private:
     void setStatus(OnboardingPermissionStatus status, OnboardingProblem problem = OnboardingProblem::none);
     void pollDownloads();
     void checkShortcutsNow();
-    void startCoreServicesOnce();
+    void startCoreServices();
     // The one pending wait of the flow: a poll or the pause after a grant.
     void after(Seconds delay, std::function<void()> next);
     void cancelPoll();
@@ -99,7 +104,6 @@ private:
     OnboardingState m_state;
     bool m_isActive = false;
     bool m_isVisible = false;
-    bool m_coreStartRequested = false;
     Scheduler::TimerId m_poll = Scheduler::invalidTimer;
     std::shared_ptr<int> m_lifetime = std::make_shared<int>(0);
 };

@@ -47,7 +47,18 @@ void PermissionRow::setState(bool granted, const QString &detail)
     const qreal ratio = devicePixelRatioF();
     m_status->setPixmap(granted ? popoverstyle::checkCircle(16, popoverstyle::green, true, ratio)
                                 : popoverstyle::warningTriangle(16, popoverstyle::orange, ratio));
-    m_openSettings->setVisible(!granted);
+    m_openSettings->setVisible(!granted && m_actionAvailable);
+}
+
+void PermissionRow::setActionTitle(const QString &title)
+{
+    m_openSettings->setText(title);
+}
+
+void PermissionRow::setActionAvailable(bool available)
+{
+    m_actionAvailable = available;
+    m_openSettings->setVisible(!m_granted && m_actionAvailable);
 }
 
 QString PermissionRow::detail() const

@@ -178,7 +178,8 @@ QWidget *PopoverWindow::buildSettingsPage()
     bar->layout()->addWidget(title);
     static_cast<QHBoxLayout *>(bar->layout())->addStretch(1);
 
-    m_settings = new SettingsPage(m_services.prefs, m_services.permissions, m_services.blockedShortcuts);
+    m_settings = new SettingsPage(m_services.prefs, m_services.permissions, m_services.blockedShortcuts,
+                                  m_services.loginItem);
     connect(m_settings, &SettingsPage::replayOnboardingRequested, this, &PopoverWindow::replayOnboardingRequested);
     connect(m_settings, &SettingsPage::practiceFileRequested, this, &PopoverWindow::practiceFileRequested);
     auto *scroll = new QScrollArea(page);

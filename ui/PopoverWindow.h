@@ -19,6 +19,7 @@ class PermissionsManager;
 class PopoverItemDelegate;
 class PopoverListModel;
 class Preferences;
+class LoginItem;
 class SettingsPage;
 struct PopoverLists;
 
@@ -36,6 +37,8 @@ struct PopoverServices {
     std::function<QStringList()> blockedShortcuts;
     // Shows a file in the file manager; revealInFileManager unless a test needs otherwise.
     std::function<void(const QByteArray &)> reveal;
+    // The autostart entry behind the settings' "Start Dowsel at login"; none: no toggle.
+    LoginItem *loginItem = nullptr;
 };
 
 // The 360 × 440 window under the tray icon: the temporary files with their countdowns, the

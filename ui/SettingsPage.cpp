@@ -1,9 +1,11 @@
 #include "ui/SettingsPage.h"
 
+#include "app/LoginItem.h"
 #include "app/PermissionsManager.h"
 #include "platform/Preferences.h"
 #include "ui/PermissionRow.h"
 #include "ui/PopoverStyle.h"
+#include "ui/model/HelpDocuments.h"
 #include "ui/model/SettingsTexts.h"
 #include "ui/model/SupportMail.h"
 
@@ -25,17 +27,20 @@ namespace dowsel {
 
 namespace {
 
-struct HelpLink {
-    const char *title;
-    const char *address;
-};
-
-constexpr HelpLink helpLinks[] = {
-    {QT_TRANSLATE_NOOP("dowsel::SettingsPage", "Privacy Policy"), "https://dowsel.app/privacy"},
-    {QT_TRANSLATE_NOOP("dowsel::SettingsPage", "Terms of Use"), "https://dowsel.app/terms"},
-    {QT_TRANSLATE_NOOP("dowsel::SettingsPage", "Legal Notice"), "https://dowsel.app/legal"},
-    {QT_TRANSLATE_NOOP("dowsel::SettingsPage", "Acknowledgements"), "https://dowsel.app/acknowledgements"},
-};
+QString helpObjectName(HelpDocument document)
+{
+    switch (document) {
+    case HelpDocument::readme:
+        return QStringLiteral("helpReadme");
+    case HelpDocument::privacy:
+        return QStringLiteral("helpPrivacy");
+    case HelpDocument::licence:
+        return QStringLiteral("helpLicence");
+    case HelpDocument::acknowledgements:
+        return QStringLiteral("helpAcknowledgements");
+    }
+    return {};
+}
 
 QLabel *caption(const QString &text, QWidget *parent)
 {
@@ -89,8 +94,12 @@ QToolButton *stepperButton(Qt::ArrowType arrow, const QString &name, QWidget *pa
 } // namespace
 
 SettingsPage::SettingsPage(Preferences &prefs, PermissionsManager &permissions,
-                           std::function<QStringList()> blockedShortcuts, QWidget *parent)
-    : QWidget(parent), m_prefs(prefs), m_permissions(permissions), m_blockedShortcuts(std::move(blockedShortcuts))
+                           std::function<QStringList()> blockedShortcuts, LoginItem *loginItem, QWidget *parent)
+    : QWidget(parent),
+      m_prefs(prefs),
+      m_permissions(permissions),
+      m_blockedShortcuts(std::move(blockedShortcuts)),
+      m_loginItem(loginItem)
 {
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(16, 12, 16, 16);
@@ -99,6 +108,10 @@ SettingsPage::SettingsPage(Preferences &prefs, PermissionsManager &permissions,
     layout->addWidget(divider(this));
     layout->addWidget(buildArchiveSection());
     layout->addWidget(divider(this));
+    if (m_loginItem) {
+        layout->addWidget(buildLoginSection());
+        layout->addWidget(divider(this));
+    }
     layout->addWidget(buildPermissionsSection());
     layout->addWidget(divider(this));
     layout->addWidget(buildHelpSection());
@@ -181,6 +194,37 @@ QWidget *SettingsPage::buildArchiveSection()
     return section;
 }
 
+QWidget *SettingsPage::buildLoginSection()
+{
+    auto *section = new QWidget(this);
+    auto *layout = new QVBoxLayout(section);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(4);
+    m_startAtLogin = new QCheckBox(tr("Start Dowsel at login"), section);
+    m_startAtLogin->setObjectName(QStringLiteral("startAtLoginToggle"));
+    connect(m_startAtLogin, &QCheckBox::toggled, this, &SettingsPage::setStartAtLogin);
+    layout->addWidget(m_startAtLogin);
+    layout->addWidget(caption(tr("Dowsel is listed in your desktop's startup applications; turning it off there "
+                                 "works too, and Dowsel never turns it back on by itself."),
+                              section));
+    m_loginError = caption(QString(), section);
+    m_loginError->setObjectName(QStringLiteral("startAtLoginError"));
+    m_loginError->hide();
+    layout->addWidget(m_loginError);
+    return section;
+}
+
+void SettingsPage::setStartAtLogin(bool enabled)
+{
+    const auto error = m_loginItem->setEnabled(enabled);
+    m_loginError->setVisible(error.has_value());
+    if (!error)
+        return;
+    m_loginError->setText(tr("Could not change the startup entry: %1").arg(*error));
+    const QSignalBlocker blocker(m_startAtLogin);
+    m_startAtLogin->setChecked(m_loginItem->isEnabled());
+}
+
 QWidget *SettingsPage::buildPermissionsSection()
 {
     auto *section = new QWidget(this);
@@ -191,6 +235,8 @@ QWidget *SettingsPage::buildPermissionsSection()
 
     m_downloadsRow = new PermissionRow(tr("Downloads access"), section);
     m_downloadsRow->setObjectName(QStringLiteral("downloadsPermission"));
+    // The same words as the onboarding's Downloads step: it shows the folder in the file manager.
+    m_downloadsRow->setActionTitle(tr("Open File Manager"));
     connect(m_downloadsRow, &PermissionRow::openSettingsClicked, this,
             [this] { m_permissions.openSystemSettings(PermissionsManager::Permission::downloads); });
     m_shortcutsRow = new PermissionRow(tr("Keyboard shortcuts"), section);
@@ -225,10 +271,15 @@ QWidget *SettingsPage::buildHelpSection()
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addWidget(sectionTitle(tr("Help & legal"), section));
-    for (const HelpLink &link : helpLinks) {
-        auto *button = linkButton(tr(link.title), section);
-        const QUrl address(QString::fromLatin1(link.address));
-        connect(button, &QPushButton::clicked, this, [address] { QDesktopServices::openUrl(address); });
+    // The documents that ship with Dowsel, opened in the desktop's viewer for them.
+    const QString applicationDir = QCoreApplication::applicationDirPath();
+    for (HelpDocument document : allHelpDocuments) {
+        auto *button = linkButton(helpDocumentTitle(document), section);
+        button->setObjectName(helpObjectName(document));
+        const QString path = findHelpDocument(document, applicationDir);
+        button->setEnabled(!path.isEmpty());
+        button->setToolTip(path);
+        connect(button, &QPushButton::clicked, this, [path] { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); });
         layout->addWidget(button, 0, Qt::AlignLeft);
     }
     auto *contact = linkButton(tr("Contact"), section);
@@ -245,6 +296,11 @@ void SettingsPage::reload()
     {
         const QSignalBlocker blocker(m_autoZip);
         m_autoZip->setChecked(autoZipApplyEnabled(m_prefs));
+    }
+    if (m_startAtLogin) {
+        const QSignalBlocker blocker(m_startAtLogin);
+        m_startAtLogin->setChecked(m_loginItem->isEnabled()); // the desktop's settings may have changed it
+        m_loginError->hide();
     }
     updateExpiryTexts();
     m_permissions.refresh();
@@ -285,11 +341,17 @@ void SettingsPage::updatePermissions()
 {
     m_downloadsRow->setState(m_permissions.hasDownloadsAccess(),
                              tr("Lets Dowsel see new files in your Downloads folder."));
-    QString shortcutsDetail = tr("Dowsel's key combinations power the global shortcuts.");
+    const bool shortcuts = m_permissions.hasAccessibility();
+    QString shortcutsDetail = shortcuts
+        ? tr("The global shortcuts let you keep, move or clean a download without reaching for the mouse.")
+        : tr("The global shortcuts let you keep, move or clean a download without reaching for the mouse. "
+             "Free Dowsel's key combinations in your desktop's keyboard settings to turn them on; the "
+             "toast's buttons work meanwhile.");
     const QStringList blocked = m_blockedShortcuts ? m_blockedShortcuts() : QStringList();
     if (!blocked.isEmpty())
         shortcutsDetail += QLatin1Char('\n') + tr("Taken by another program: %1").arg(blocked.join(QStringLiteral(", ")));
-    m_shortcutsRow->setState(m_permissions.hasAccessibility(), shortcutsDetail);
+    m_shortcutsRow->setActionAvailable(m_permissions.canOpenSystemSettings(PermissionsManager::Permission::shortcuts));
+    m_shortcutsRow->setState(shortcuts, shortcutsDetail);
 }
 
 void SettingsPage::composeSupportMail()

@@ -12,19 +12,22 @@ class QToolButton;
 
 namespace dowsel {
 
+class LoginItem;
 class PermissionRow;
 class PermissionsManager;
 class Preferences;
 
-// The popover's settings: default expiry, the archive rule, the two permissions, onboarding
-// replay and practice file, help links, support mail and quit. The expiry field, its
-// stepper, the unit picker and the archive toggle write straight to the preferences.
+// The popover's settings: default expiry, the archive rule, start at login, the two
+// permissions, onboarding replay and practice file, help and legal documents, support mail
+// and quit. The expiry field, its stepper, the unit picker and the archive toggle write
+// straight to the preferences; the login toggle writes the autostart entry.
 class SettingsPage final : public QWidget {
     Q_OBJECT
 public:
     // `blockedShortcuts` lists the key combinations another program holds ("Super+Shift+T").
+    // Without a `loginItem` the login toggle is left out.
     SettingsPage(Preferences &prefs, PermissionsManager &permissions, std::function<QStringList()> blockedShortcuts,
-                 QWidget *parent = nullptr);
+                 LoginItem *loginItem = nullptr, QWidget *parent = nullptr);
 
     // Reads the preferences and the permission state afresh; run each time the page is shown.
     void reload();
@@ -36,6 +39,8 @@ Q_SIGNALS:
 private:
     QWidget *buildExpirySection();
     QWidget *buildArchiveSection();
+    QWidget *buildLoginSection();
+    void setStartAtLogin(bool enabled);
     QWidget *buildPermissionsSection();
     QWidget *buildHelpSection();
     void step(int delta);
@@ -53,6 +58,9 @@ private:
     QComboBox *m_unitPicker = nullptr;
     QLabel *m_footer = nullptr;
     QCheckBox *m_autoZip = nullptr;
+    LoginItem *m_loginItem = nullptr;
+    QCheckBox *m_startAtLogin = nullptr;
+    QLabel *m_loginError = nullptr;
     PermissionRow *m_downloadsRow = nullptr;
     PermissionRow *m_shortcutsRow = nullptr;
 };

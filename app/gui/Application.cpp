@@ -3,6 +3,7 @@
 #include "app/AppState.h"
 #include "app/DownloadsFolder.h"
 #include "app/UserNotices.h"
+#include "app/LoginItem.h"
 #include "app/gui/CommandLine.h"
 #include "app/gui/ControlService.h"
 #include "app/gui/SignalHandler.h"
@@ -18,6 +19,7 @@
 #include "platform/linux/SystemClock.h"
 #include "platform/linux/gui/FreedesktopNotifier.h"
 #include "toast/gui/ToastUi.h"
+#include "ui/FileManager.h"
 #include "ui/PopoverWindow.h"
 #include "ui/ThumbnailCache.h"
 #include "ui/Translations.h"
@@ -100,6 +102,8 @@ int runApplication(int argc, char *argv[])
     QApplication::setOrganizationDomain(QStringLiteral("dowsel.app"));
     QApplication::setApplicationVersion(QStringLiteral(DOWSEL_VERSION));
     QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setDesktopFileName(QStringLiteral("app.dowsel.Dowsel"));
+    QApplication::setWindowIcon(applicationIcon());
     installTranslations(app);
 
     // One Dowsel per session: a second one shows the first one's window and leaves.
@@ -156,10 +160,12 @@ int runApplication(int argc, char *argv[])
                        .executablePath = QCoreApplication::applicationFilePath(),
                        .notifier = &notifier,
                        .storePath = storePath,
+                       .loginItemPath = {},
                    },
                    std::move(opened.store));
     GlobalShortcuts &shortcuts = toastUi->shortcuts();
     state.permissions().setAccessibilityCheck([&shortcuts] { return shortcuts.isInstalled(); });
+    state.permissions().setFileManagerReveal(revealInFileManager);
 
     ControlService control(state.trackedFileActor(), state.cleanupService(), clock, mainExecutor);
     control.exportOnSessionBus();
@@ -174,6 +180,7 @@ int runApplication(int argc, char *argv[])
         .scheduleExpiry = [&cleanup](RecordId id, Date at) { cleanup.schedule(id, at); },
         .blockedShortcuts = [&shortcuts] { return shortcuts.blockedShortcuts(); },
         .reveal = {},
+        .loginItem = &state.loginItem(),
     });
     // The popover follows the store: every committed change asks it to read again.
     state.trackedFileActor().call([&popover](TrackedFileStore &s) {
@@ -204,7 +211,8 @@ int runApplication(int argc, char *argv[])
         .scheduler = scheduler,
         .mainExecutor = mainExecutor,
         .downloadsPath = downloads,
-        .onStartCoreServices = [&state] { state.startCoreServices(); },
+        .onStartCoreServices = [&state](std::function<void()> done) { state.startCoreServices(std::move(done)); },
+        .onCompleted = [&state] { state.registerLoginItem(); },
         .onOpenAppSettings = [&state] { state.openAppSettings(); },
     });
     state.onShowOnboarding = [&onboarding] { onboarding.start(); };

@@ -13,8 +13,8 @@ namespace dowsel {
 
 namespace {
 
-// A small island with a downward arrow, drawn so the app needs no icon files.
-QIcon makeTrayIcon()
+// A small island with a downward arrow, drawn; for a build without the SVG icon plugin.
+QIcon drawnTrayIcon()
 {
     QIcon icon;
     for (int size : {16, 22, 24, 32, 48, 64}) {
@@ -38,9 +38,25 @@ QIcon makeTrayIcon()
 
 } // namespace
 
+QIcon trayIcon()
+{
+    // The installed theme's copy first, so that a desktop that recolours symbolic icons can.
+    const QIcon embedded(QStringLiteral(":/icons/app.dowsel.Dowsel-symbolic.svg"));
+    QIcon icon = QIcon::fromTheme(QStringLiteral("app.dowsel.Dowsel-symbolic"), embedded);
+    if (icon.pixmap(22, 22).isNull())
+        icon = drawnTrayIcon();
+    return icon;
+}
+
+QIcon applicationIcon()
+{
+    const QIcon embedded(QStringLiteral(":/icons/app.dowsel.Dowsel.svg"));
+    return QIcon::fromTheme(QStringLiteral("app.dowsel.Dowsel"), embedded);
+}
+
 TrayIcon::TrayIcon(QObject *parent) : QObject(parent), m_icon(new QSystemTrayIcon(this)), m_menu(new QMenu)
 {
-    m_icon->setIcon(makeTrayIcon());
+    m_icon->setIcon(trayIcon());
     m_icon->setToolTip(QStringLiteral("Dowsel"));
     m_menu->addAction(tr("Quit Dowsel"), qApp, &QCoreApplication::quit);
     m_icon->setContextMenu(m_menu);

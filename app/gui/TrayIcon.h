@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QIcon>
 #include <QObject>
 #include <QRect>
 
@@ -7,6 +8,11 @@ class QSystemTrayIcon;
 class QMenu;
 
 namespace dowsel {
+
+// The symbolic icon of the tray (app.dowsel.Dowsel-symbolic) and the application's icon,
+// from the icon theme, else embedded.
+QIcon trayIcon();
+QIcon applicationIcon();
 
 // The icon in the panel's tray. With no tray host it says so in the log and the app keeps
 // running; a second `dowsel` then reaches the popover.

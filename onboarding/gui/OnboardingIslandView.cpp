@@ -166,7 +166,13 @@ void OnboardingIslandView::render(const OnboardingContent &content, int shownIte
     for (int index = 0; index < onboardingAppearItems; ++index)
         setItemShown(index, index < shownItems);
     layout()->setContentsMargins(sideInset, int(topInset) + 14, sideInset, 18);
-    adjustSize();
+    // The height the wrapped texts need at the island's own width. (adjustSize() would go by
+    // the size hint, whose width for a wrapped label is a guess: with a shorter button row,
+    // as in "Shortcuts active", the body lost its last line.)
+    layout()->activate();
+    const int height = layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(islandWidth)
+                                                     : layout()->totalSizeHint().height();
+    resize(islandWidth, height);
     update();
 }
 

@@ -32,6 +32,7 @@ OnboardingUi::OnboardingUi(Services services) : m_services(std::move(services))
                 return check;
             },
         .onStartCoreServices = m_services.onStartCoreServices,
+        .onCompleted = m_services.onCompleted,
     });
     m_island = std::make_unique<OnboardingIsland>(*m_flow, m_services.mainExecutor);
     toast.onOnboardingPrimary = [flow = m_flow.get()] { flow->primary(); };

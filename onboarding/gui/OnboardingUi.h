@@ -30,7 +30,8 @@ public:
         Executor &mainExecutor;
         QByteArray downloadsPath;
         // Idempotent: the flow calls it when Downloads becomes readable.
-        std::function<void()> onStartCoreServices;
+        std::function<void(std::function<void()>)> onStartCoreServices;
+        std::function<void()> onCompleted;
         // The settings page, for the hint's "Change the time in Settings".
         std::function<void()> onOpenAppSettings;
     };

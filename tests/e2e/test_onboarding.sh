@@ -45,6 +45,7 @@ logged "starting core services" || fail "the core services did not start on the 
 wait_for 5 state_is early.pdf dismissed \
   || fail "the file that came before watching is not dismissed by the start-up scan: $(state_of early.pdf)"
 wait_for 5 downloads_watched || fail "Downloads is not watched after the Downloads step"
+[ ! -e "$XDG_CONFIG_HOME/autostart/dowsel.desktop" ] || fail "the autostart entry came before the onboarding completed"
 step_after_shift_return tryIt
 probe_presses_are "$RETURN_PRESS" 0 || fail "Shift+Return reached the focused window during the onboarding"
 pass "Shift+Return walks the steps; the Downloads step starts watching"
@@ -66,6 +67,8 @@ wait_for 5 logged "$concluded" \
   || fail "the concluded hint does not speak of the tag: $(grep 'hint:' "$LOG" | tail -n 1)"
 wait_for 5 grep -q '"hasCompletedOnboarding": *true' "$SETTINGS" \
   || fail "onboarding not stored as complete"
+wait_for 5 grep -qx "Exec=\"$DOWSEL\"" "$XDG_CONFIG_HOME/autostart/dowsel.desktop" \
+  || fail "no autostart entry for $DOWSEL after the onboarding completed"
 pass "the practice toast takes Super+Shift+T; the hint concludes with the tag and the onboarding is complete"
 
 e2e_stop

@@ -2,6 +2,7 @@
 
 #include "tests/unit/StoreTestSupport.h"
 
+#include "app/LoginItem.h"
 #include "app/PermissionsManager.h"
 #include "core/WorkerThread.h"
 #include "ui/PopoverWindow.h"
@@ -38,6 +39,8 @@ protected:
         };
         services.blockedShortcuts = [] { return QStringList{QStringLiteral("Super+Shift+T")}; };
         services.reveal = [this](const QByteArray &path) { revealed.append(path); };
+        loginItem = std::make_unique<LoginItem>(prefs, QStringLiteral("/usr/bin/dowsel"), autostartEntry());
+        services.loginItem = loginItem.get();
         popover = std::make_unique<PopoverWindow>(std::move(services));
         // As the app wires it: every committed change refreshes the popover.
         actor->call([this](TrackedFileStore &s) { s.setChangeObserver([this] { popover->refresh(); }); }).get();
@@ -116,6 +119,8 @@ protected:
     WorkerThread worker{"store"};
     std::unique_ptr<TrackedFileActor> actor;
     std::unique_ptr<PermissionsManager> permissions;
+    QString autostartEntry() const { return dir.path() + QStringLiteral("/autostart/dowsel.desktop"); }
+    std::unique_ptr<LoginItem> loginItem;
     std::unique_ptr<PopoverWindow> popover;
     std::mutex mutex;
     std::vector<std::pair<RecordId, Date>> scheduled; // guarded by mutex

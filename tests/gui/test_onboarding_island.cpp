@@ -38,7 +38,8 @@ protected:
                 [] {
                     return ShortcutCheck{true, {}};
                 },
-            .onStartCoreServices = [] {},
+            .onStartCoreServices = [](std::function<void()> done) { done(); },
+            .onCompleted = {},
         });
         island = std::make_unique<OnboardingIsland>(*flow, mainThread);
     }
@@ -137,6 +138,38 @@ TEST_F(OnboardingIslandTest, SkipButtonLeavesTheShortcutsStepAndTheIslandHidesFo
     QTest::mouseClick(button("Test it now"), Qt::LeftButton);
     EXPECT_FALSE(island->panel().isVisible());
     EXPECT_TRUE(controller->isActionDemoActive());
+}
+
+TEST_F(OnboardingIslandTest, EveryStateShowsItsWholeText)
+{
+    // Word-wrapped texts get the height their width needs, in every state the flow goes through,
+    // including "Shortcuts active", which follows the waiting state within one call.
+    const auto check = [this](const char *state) {
+        SCOPED_TRACE(state);
+        QCoreApplication::processEvents();
+        for (const QLabel *label : island->view().findChildren<QLabel *>()) {
+            if (!label->isVisibleTo(&island->panel()) || !label->wordWrap() || label->text().isEmpty())
+                continue;
+            EXPECT_GE(label->height(), label->heightForWidth(label->width())) << label->text().toStdString();
+            const QRect inView(label->mapTo(&island->view(), QPoint(0, 0)), label->size());
+            EXPECT_TRUE(island->view().rect().contains(inView)) << label->text().toStdString();
+        }
+        EXPECT_EQ(island->panel().size(), island->view().size());
+    };
+    flow->start();
+    clock.advance(1);
+    check("welcome");
+    flow->setStep(OnboardingStep::accessibility);
+    clock.advance(1);
+    check("shortcuts");
+    flow->primary();
+    EXPECT_EQ(flow->content().primary.title, "Shortcuts active");
+    check("shortcuts active");
+    flow->setStep(OnboardingStep::downloads);
+    flow->primary();
+    check("waiting for Downloads");
+    clock.advance(OnboardingFlow::firstDownloadsCheckDelay);
+    check("Downloads granted");
 }
 
 TEST(OnboardingHintViewTest, ButtonsFollowThePhase)

@@ -4,9 +4,16 @@
 #include "ui/PermissionRow.h"
 #include "ui/SettingsPage.h"
 #include "ui/Translations.h"
+#include "ui/model/HelpDocuments.h"
 #include "ui/model/SettingsTexts.h"
+#include "ui/model/SupportMail.h"
 
 #include <QCheckBox>
+#include <QDesktopServices>
+#include <QDir>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QUrlQuery>
 #include <QComboBox>
 #include <QKeyEvent>
 #include <QLabel>
@@ -17,6 +24,15 @@
 
 using namespace dowsel;
 using namespace dowsel::testing;
+
+// Stands in for the desktop: records what QDesktopServices would open.
+class UrlRecorder : public QObject {
+    Q_OBJECT
+public:
+    QList<QUrl> opened;
+public Q_SLOTS:
+    void open(const QUrl &url) { opened.append(url); }
+};
 
 namespace {
 
@@ -131,7 +147,9 @@ TEST_F(SettingsPageTest, ShowingThePageReadsPreferencesAndPermissionsAfresh)
     EXPECT_TRUE(downloadsRow->isGranted());
     EXPECT_TRUE(downloadsRow->findChild<QPushButton *>(QStringLiteral("openSettings"))->isHidden());
     EXPECT_FALSE(shortcutsRow->isGranted());
-    EXPECT_FALSE(shortcutsRow->findChild<QPushButton *>(QStringLiteral("openSettings"))->isHidden());
+    // The button only where the desktop has keyboard settings to open.
+    EXPECT_EQ(shortcutsRow->findChild<QPushButton *>(QStringLiteral("openSettings"))->isHidden(),
+              !permissions->canOpenSystemSettings(PermissionsManager::Permission::shortcuts));
     EXPECT_TRUE(shortcutsRow->detail().contains(QStringLiteral("Taken by another program: Super+Shift+T")));
 
     // Changed elsewhere while the page was closed.
@@ -162,6 +180,127 @@ TEST_F(SettingsPageTest, OnboardingButtonsAskTheApp)
     EXPECT_EQ(practiceFiles, 2);
 }
 
+TEST_F(SettingsPageTest, StartAtLoginFollowsTheAutostartEntryAndTurnsItOnAndOff)
+{
+    openPopover(PopoverWindow::Page::settings);
+    auto *toggle = child<QCheckBox>("startAtLoginToggle");
+    EXPECT_EQ(toggle->text(), QStringLiteral("Start Dowsel at login"));
+    EXPECT_FALSE(toggle->isChecked()); // no entry yet
+
+    toggle->click();
+    EXPECT_EQ(loginItem->state(), LoginItem::State::enabled);
+    QFile entry(autostartEntry());
+    ASSERT_TRUE(entry.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(entry.readAll().contains("\nExec=\"/usr/bin/dowsel\"\n"));
+    entry.close();
+
+    toggle->click();
+    EXPECT_EQ(loginItem->state(), LoginItem::State::disabled);
+    ASSERT_TRUE(entry.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(entry.readAll().contains("\nHidden=true\n"));
+    entry.close();
+    EXPECT_TRUE(loginItem->registerAtStart() == std::nullopt);
+    EXPECT_EQ(loginItem->state(), LoginItem::State::disabled); // a restart keeps it off
+
+    // Turned on, then off again in the desktop's own startup settings: the page shows it.
+    toggle->click();
+    popover->hide();
+    ASSERT_TRUE(entry.open(QIODevice::ReadOnly));
+    QByteArray text = entry.readAll();
+    entry.close();
+    ASSERT_TRUE(entry.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    entry.write(text.replace("X-GNOME-Autostart-enabled=true", "X-GNOME-Autostart-enabled=false"));
+    entry.close();
+    openPopover(PopoverWindow::Page::settings);
+    EXPECT_FALSE(toggle->isChecked());
+
+    // A write that cannot happen is said, and the toggle shows what is true.
+    ASSERT_TRUE(QFile::remove(autostartEntry()));
+    ASSERT_TRUE(QDir(dir.path()).rmdir(QStringLiteral("autostart")));
+    QFile blocker(dir.path() + QStringLiteral("/autostart"));
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    toggle->click();
+    EXPECT_FALSE(toggle->isChecked());
+    auto *error = child<QLabel>("startAtLoginError");
+    EXPECT_FALSE(error->isHidden());
+    EXPECT_TRUE(error->text().startsWith(QStringLiteral("Could not change the startup entry: ")));
+}
+
+TEST_F(SettingsPageTest, PermissionRowsNameTheirActionAndSayWhatToDo)
+{
+    openPopover(PopoverWindow::Page::settings);
+    auto *downloadsRow = child<PermissionRow>("downloadsPermission");
+    auto *shortcutsRow = child<PermissionRow>("shortcutsPermission");
+    // The onboarding's Downloads step calls the same action "Open File Manager".
+    EXPECT_EQ(downloadsRow->findChild<QPushButton *>(QStringLiteral("openSettings"))->text(),
+              QStringLiteral("Open File Manager"));
+    EXPECT_TRUE(shortcutsRow->detail().contains(QStringLiteral("keep, move or clean a download")));
+    EXPECT_TRUE(shortcutsRow->detail().contains(QStringLiteral("keyboard settings")));
+
+    ASSERT_EQ(::rmdir(downloads.constData()), 0);
+    permissions->setAccessibilityCheck([] { return true; });
+    popover->hide();
+    openPopover(PopoverWindow::Page::settings);
+    EXPECT_FALSE(downloadsRow->isGranted());
+    EXPECT_FALSE(downloadsRow->findChild<QPushButton *>(QStringLiteral("openSettings"))->isHidden());
+    EXPECT_TRUE(shortcutsRow->isGranted());
+    EXPECT_FALSE(shortcutsRow->detail().contains(QStringLiteral("keyboard settings"))); // nothing to do
+}
+
+TEST_F(SettingsPageTest, HelpRowsOpenTheDocumentsThatShip)
+{
+    openPopover(PopoverWindow::Page::settings);
+    UrlRecorder recorder;
+    QDesktopServices::setUrlHandler(QStringLiteral("file"), &recorder, "open");
+    QDesktopServices::setUrlHandler(QStringLiteral("mailto"), &recorder, "open");
+    const std::pair<const char *, const char *> rows[] = {{"helpReadme", "/README.md"},
+                                                          {"helpPrivacy", "/PRIVACY.md"},
+                                                          {"helpLicence", "/LICENSE"},
+                                                          {"helpAcknowledgements", "/ACKNOWLEDGEMENTS.md"}};
+    for (const auto &[name, file] : rows) {
+        SCOPED_TRACE(name);
+        auto *row = child<QPushButton>(name);
+        ASSERT_TRUE(row->isEnabled()); // found in the sources this test was built from
+        row->click();
+        ASSERT_FALSE(recorder.opened.isEmpty());
+        const QUrl url = recorder.opened.takeLast();
+        EXPECT_TRUE(url.isLocalFile());
+        EXPECT_TRUE(url.toLocalFile().endsWith(QString::fromLatin1(file)));
+        EXPECT_TRUE(QFileInfo(url.toLocalFile()).isFile());
+        EXPECT_FALSE(url.toString().contains(QStringLiteral("http")));
+    }
+    QFile privacy(findHelpDocument(HelpDocument::privacy, QCoreApplication::applicationDirPath()));
+    ASSERT_TRUE(privacy.open(QIODevice::ReadOnly));
+    const QByteArray statement = privacy.readAll();
+    EXPECT_TRUE(statement.contains("sends nothing anywhere"));
+    EXPECT_TRUE(statement.contains("settings.json") && statement.contains("Sivra.sqlite"));
+
+    clickButton("contact");
+    ASSERT_EQ(recorder.opened.size(), 1);
+    const QString body = QUrlQuery(recorder.opened.first()).queryItemValue(QStringLiteral("body"), QUrl::FullyDecoded);
+    EXPECT_TRUE(body.contains(QStringLiteral("Dowsel ")));
+    EXPECT_TRUE(body.endsWith(currentSystemDescription())) << body.toStdString();
+    EXPECT_TRUE(currentSystemDescription().contains(QStringLiteral(", Linux "))); // distribution and kernel
+    QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
+    QDesktopServices::unsetUrlHandler(QStringLiteral("mailto"));
+}
+
+TEST(HelpDocuments, AnInstalledCopyComesFirstAndTheLicenceFallsBackToTheSystemsCopy)
+{
+    QTemporaryDir prefix;
+    ASSERT_TRUE(QDir(prefix.path()).mkpath(QStringLiteral("bin")));
+    ASSERT_TRUE(QDir(prefix.path()).mkpath(QStringLiteral("share/dowsel")));
+    QFile readme(prefix.path() + QStringLiteral("/share/dowsel/README.md"));
+    ASSERT_TRUE(readme.open(QIODevice::WriteOnly));
+    readme.close();
+    const QString bin = prefix.path() + QStringLiteral("/bin");
+    EXPECT_EQ(findHelpDocument(HelpDocument::readme, bin), readme.fileName());
+    const QStringList licence = helpDocumentCandidates(HelpDocument::licence, bin);
+    EXPECT_EQ(licence.first(), prefix.path() + QStringLiteral("/share/dowsel/LICENSE"));
+    EXPECT_EQ(licence.last(), QStringLiteral("/usr/share/common-licenses/GPL-3"));
+}
+
 TEST(Translations, SpanishTextsAreEmbeddedAndEnglishNeedsNone)
 {
     auto &app = *QCoreApplication::instance();
@@ -175,3 +314,5 @@ TEST(Translations, SpanishTextsAreEmbeddedAndEnglishNeedsNone)
 }
 
 } // namespace
+
+#include "test_settings_page.moc"

@@ -38,7 +38,16 @@ protected:
                     ++shortcutChecks;
                     return shortcuts;
                 },
-            .onStartCoreServices = [this] { ++coreStarts; },
+            // Like the app: starts once, and answers every call when the services are up.
+            .onStartCoreServices =
+                [this](std::function<void()> done) {
+                    if (!std::exchange(coreStartRequested, true))
+                        ++coreStarts;
+                    waitingForCore.push_back(std::move(done));
+                    if (!holdCoreStart)
+                        finishCoreStart();
+                },
+            .onCompleted = [this] { ++completions; },
         });
     }
 
@@ -75,6 +84,16 @@ protected:
     ShortcutCheck shortcuts{true, {}};
     int shortcutChecks = 0;
     int coreStarts = 0;
+    int completions = 0;
+    bool coreStartRequested = false;
+    bool holdCoreStart = false;
+    std::vector<std::function<void()>> waitingForCore;
+
+    void finishCoreStart()
+    {
+        for (auto &done : std::exchange(waitingForCore, {}))
+            done();
+    }
 };
 
 TEST_F(OnboardingTest, StepsAdvanceAndCoreServicesStartWhenDownloadsIsReadable)
@@ -114,6 +133,27 @@ TEST_F(OnboardingTest, StepsAdvanceAndCoreServicesStartWhenDownloadsIsReadable)
     EXPECT_EQ(flow->state().step, OnboardingStep::tryIt);
     EXPECT_EQ(flow->content().primary.title, "Test it now");
     EXPECT_FALSE(prefs.boolean(prefkeys::hasCompletedOnboarding).has_value());
+}
+
+TEST_F(OnboardingTest, DownloadsReadsGrantedOnlyOnceTheCoreServicesRun)
+{
+    holdCoreStart = true;
+    flow->start();
+    flow->primary();
+    flow->primary();
+    clock.advance(OnboardingFlow::firstDownloadsCheckDelay + 0.05);
+    EXPECT_EQ(coreStarts, 1);
+    EXPECT_EQ(flow->state().status, Status::requesting);
+    EXPECT_EQ(flow->content().primary.title, "Waiting for permission…");
+    clock.advance(5); // a slow start: no poll, no step change meanwhile
+    EXPECT_FALSE(flow->isPolling());
+    EXPECT_EQ(flow->state().step, OnboardingStep::downloads);
+    EXPECT_EQ(flow->state().status, Status::requesting);
+
+    finishCoreStart();
+    EXPECT_EQ(flow->state().status, Status::granted);
+    clock.advance(OnboardingFlow::downloadsGrantedPause);
+    EXPECT_EQ(flow->state().step, OnboardingStep::accessibility);
 }
 
 TEST_F(OnboardingTest, UnreadableDownloadsKeepsPollingAndAdvancesOnceReadable)
@@ -173,6 +213,9 @@ TEST_F(OnboardingTest, BlockedShortcutsAreNamedAndPolledUntilFree)
     EXPECT_EQ(flow->state().status, Status::denied);
     EXPECT_TRUE(flow->content().message->contains("Super+Shift+T, Super+Shift+M"));
     EXPECT_TRUE(flow->content().showsSkip);
+    // "Open Settings" only where there are keyboard settings to open.
+    EXPECT_EQ(flow->content().openSettings.has_value(),
+        permissions->canOpenSystemSettings(PermissionsManager::Permission::shortcuts));
 
     clock.advance(0.5);
     EXPECT_EQ(shortcutChecks, 2);
@@ -230,6 +273,7 @@ TEST_F(OnboardingTest, PracticeRunCompletesTheFlowAndAReplayDoesNotStartTheCoreA
     controller->markTemporary();
     EXPECT_EQ(stateOf(practice), FileState::temporary);
     EXPECT_EQ(prefs.boolean(prefkeys::hasCompletedOnboarding), true);
+    EXPECT_EQ(completions, 1); // the app adds the autostart entry now
     EXPECT_FALSE(flow->isActive());
     EXPECT_FALSE(controller->isOnboardingActive());
     EXPECT_EQ(host.hint, HintPhase::concluded); // stays up until "All right"

@@ -580,18 +580,6 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
 <context>
     <name>dowsel::SettingsPage</name>
     <message>
-        <source>Privacy Policy</source>
-        <translation>Política de privacidad</translation>
-    </message>
-    <message>
-        <source>Terms of Use</source>
-        <translation>Condiciones de uso</translation>
-    </message>
-    <message>
-        <source>Legal Notice</source>
-        <translation>Aviso legal</translation>
-    </message>
-    <message>
         <source>Acknowledgements</source>
         <translation>Agradecimientos</translation>
     </message>
@@ -648,12 +636,44 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
         <translation>Permite a Dowsel ver los archivos nuevos de tu carpeta de descargas.</translation>
     </message>
     <message>
-        <source>Dowsel&apos;s key combinations power the global shortcuts.</source>
-        <translation>Las combinaciones de teclas de Dowsel hacen funcionar los atajos globales.</translation>
-    </message>
-    <message>
         <source>Taken by another program: %1</source>
         <translation>Ocupadas por otro programa: %1</translation>
+    </message>
+    <message>
+        <source>Read Me</source>
+        <translation>Léame</translation>
+    </message>
+    <message>
+        <source>Privacy Statement</source>
+        <translation>Declaración de privacidad</translation>
+    </message>
+    <message>
+        <source>Licence (GPL 3.0 or later)</source>
+        <translation>Licencia (GPL 3.0 o posterior)</translation>
+    </message>
+    <message>
+        <source>Start Dowsel at login</source>
+        <translation>Iniciar Dowsel al iniciar sesión</translation>
+    </message>
+    <message>
+        <source>Dowsel is listed in your desktop&apos;s startup applications; turning it off there works too, and Dowsel never turns it back on by itself.</source>
+        <translation>Dowsel figura entre las aplicaciones de inicio de tu escritorio; también puedes desactivarlo allí, y Dowsel nunca vuelve a activarlo por su cuenta.</translation>
+    </message>
+    <message>
+        <source>Could not change the startup entry: %1</source>
+        <translation>No se pudo cambiar la entrada de inicio: %1</translation>
+    </message>
+    <message>
+        <source>Open File Manager</source>
+        <translation>Abrir el gestor de archivos</translation>
+    </message>
+    <message>
+        <source>The global shortcuts let you keep, move or clean a download without reaching for the mouse.</source>
+        <translation>Los atajos globales te permiten conservar, mover o limpiar una descarga sin tocar el ratón.</translation>
+    </message>
+    <message>
+        <source>The global shortcuts let you keep, move or clean a download without reaching for the mouse. Free Dowsel&apos;s key combinations in your desktop&apos;s keyboard settings to turn them on; the toast&apos;s buttons work meanwhile.</source>
+        <translation>Los atajos globales te permiten conservar, mover o limpiar una descarga sin tocar el ratón. Libera las combinaciones de teclas de Dowsel en la configuración de teclado de tu escritorio para activarlos; mientras tanto, los botones del aviso funcionan.</translation>
     </message>
 </context>
 <context>
