@@ -236,7 +236,10 @@ bool Transaction::commit()
     m_open = false;
     if (m_db.exec("COMMIT"))
         return true;
-    m_db.exec("ROLLBACK");
+    // A failed COMMIT (a full disk) may have rolled back already; a second ROLLBACK would
+    // only replace the reason with its own complaint.
+    if (!sqlite3_get_autocommit(m_db.handle()))
+        m_db.exec("ROLLBACK");
     return false;
 }
 

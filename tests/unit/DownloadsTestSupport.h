@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <ftw.h>
 #include <functional>
+#include <optional>
 #include <sys/stat.h>
 #include <thread>
 
@@ -43,6 +44,20 @@ inline bool waitUntil(const std::function<bool()> &done, const std::function<voi
             return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
+}
+
+// Makes the kernel hand `inode` to a new file in `folder`: creates files ("reuse 1", "reuse
+// 2"...) until one gets the number, removing the others. Returns its path, or nothing when
+// the file system does not give the number again soon (the caller then skips).
+inline std::optional<QByteArray> fileReusingInode(const QByteArray &folder, std::uint64_t inode, int tries = 500)
+{
+    for (int i = 1; i <= tries; ++i) {
+        const QByteArray path = folder + "/reuse " + QByteArray::number(i);
+        if (writeFile(path, "newcomer " + QByteArray::number(i)) == inode)
+            return path;
+        std::remove(path.constData());
+    }
+    return std::nullopt;
 }
 
 // A temporary folder standing in for Downloads, its path as bytes without a trailing slash.

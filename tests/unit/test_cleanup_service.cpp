@@ -1,7 +1,9 @@
+#include "DownloadsTestSupport.h"
 #include "StoreTestSupport.h"
 
 #include "core/Tags.h"
 #include "core/WorkerThread.h"
+#include "app/DownloadsFolder.h"
 #include "expiry/CleanupService.h"
 #include "platform/linux/FreedesktopTrash.h"
 
@@ -216,6 +218,38 @@ TEST_F(CleanupServiceTest, AFileRestoredFromTheTrashIsNotTrashedAgainByAnOldTime
     advance(3600);
     EXPECT_TRUE(exists(download("undo.pdf")));
     EXPECT_EQ(clock.pendingCount(), 0u);
+}
+
+TEST_F(CleanupServiceTest, AFileThatTookTheInodeOfAnExpiredOneIsNotTrashedAtLaunch)
+{
+    // report.pdf was kept for 30 s; Dowsel quit; the user deleted report.pdf and saved
+    // another file, which the kernel gave report.pdf's inode number; Dowsel starts.
+    const RecordId report = track("report.pdf");
+    onStore([=](TrackedFileStore &store) { store.markTemporary(report, 30); });
+    const std::uint64_t inode = record(report)->inode;
+    service.reset();
+    ASSERT_EQ(::unlink(download("report.pdf").constData()), 0);
+    const auto newcomer = fileReusingInode(downloads, inode);
+    if (!newcomer)
+        GTEST_SKIP() << "this file system did not hand inode " << inode << " out again in 500 tries";
+    clock.advance(3600);
+
+    launch(*realTrash);
+    // What a launch does first: every item in Downloads is recorded as dismissed.
+    const auto listing = listDownloads(downloads);
+    onStore([&](TrackedFileStore &store) { store.dismissExisting(listing.snapshots); });
+    std::atomic<bool> done = false;
+    service->rehydrate([&] { done = true; });
+    settle();
+    ASSERT_TRUE(done);
+
+    EXPECT_TRUE(exists(*newcomer));
+    EXPECT_FALSE(exists(trashed(fileNameOf(*newcomer))));
+    EXPECT_FALSE(record(report));
+    const auto kept = onStore([&](TrackedFileStore &store) { return store.recordFor(identityOf(*newcomer)); });
+    ASSERT_TRUE(kept);
+    EXPECT_EQ(kept->state, FileState::dismissed);
+    EXPECT_EQ(kept->filePath, *newcomer);
 }
 
 TEST_F(CleanupServiceTest, LaunchTrashesWhatExpiredOfflineAndSchedulesTheRest)

@@ -195,6 +195,32 @@ TEST_F(DownloadTrackingReality, OddNamesAreTrackedByTheirExactBytes)
     }
 }
 
+TEST_F(DownloadTrackingReality, ANewDownloadWithTheNumberOfAFileJustDeletedIsOffered)
+{
+    // kept.pdf is temporary; the user deletes it and, within the removal hold-back, a new
+    // download gets its inode number. The newcomer is a new file: offered, not temporary.
+    const QByteArray kept = download("kept.pdf");
+    writeFile(kept, "kept");
+    ASSERT_TRUE(waitForAnnouncement(kept));
+    const RecordId keptId = recordAt(kept)->id;
+    ASSERT_TRUE(ask([keptId](TrackedFileStore &s) { return s.markTemporary(keptId, 3600); }));
+    const std::uint64_t inode = inodeOf(kept);
+    ASSERT_EQ(::unlink(kept.constData()), 0);
+    const auto newcomer = fileReusingInode(downloads.path(), inode);
+    if (!newcomer)
+        GTEST_SKIP() << "this file system did not hand inode " << inode << " out again in 500 tries";
+
+    ASSERT_TRUE(waitForAnnouncement(*newcomer));
+    settle();
+    EXPECT_EQ(timesAnnounced(*newcomer), 1);
+    const auto record = recordAt(*newcomer);
+    ASSERT_TRUE(record);
+    EXPECT_NE(record->id, keptId);
+    EXPECT_EQ(record->state, FileState::unprocessed);
+    EXPECT_TRUE(waitUntil([&] { return !ask([keptId](TrackedFileStore &s) { return s.record(keptId); }); }));
+    EXPECT_TRUE(recordAt(*newcomer)); // the held-back removal took only the old record
+}
+
 TEST_F(DownloadTrackingReality, TenThousandFilesAllEndInTheStoreOnce)
 {
     constexpr int count = 10'000;

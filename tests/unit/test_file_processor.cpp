@@ -9,6 +9,9 @@
 #include <gtest/gtest.h>
 
 #include <sqlite3.h>
+#include <sys/mount.h>
+
+#include <cstring>
 
 using namespace dowsel;
 using namespace dowsel::testing;
@@ -486,6 +489,72 @@ TEST_F(FileProcessorTest, ArrivalsWhileTheStoreIsLockedAreSavedAfterwardsInOrder
     clock.advance(60);
     EXPECT_EQ(announced.size(), names.size());
     EXPECT_EQ(db().allRecords().size(), names.size());
+}
+
+} // namespace
+
+namespace {
+
+// The store on a small file system of its own that fills up, where the test may mount one.
+TEST(FileProcessorOnAFullDisk, DownloadsArrivingWhileTheDiskIsFullAreRecordedWhenSpaceComesBack)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    const QByteArray volume = QFile::encodeName(dir.path()) + "/volume";
+    const QByteArray downloads = QFile::encodeName(dir.path()) + "/Downloads";
+    ASSERT_EQ(::mkdir(volume.constData(), 0755), 0);
+    ASSERT_EQ(::mkdir(downloads.constData(), 0755), 0);
+    if (::mount("tmpfs", volume.constData(), "tmpfs", 0, "size=4m") != 0)
+        GTEST_SKIP() << "cannot mount a small tmpfs here (" << std::strerror(errno) << "); needs root";
+    struct Unmount {
+        QByteArray path;
+        ~Unmount() { ::umount2(path.constData(), MNT_DETACH); }
+    } unmount{volume};
+
+    VirtualClock clock;
+    MemoryPreferences prefs;
+    RecordingTrash trash;
+    QString error;
+    auto store = TrackedFileStore::open(QFile::decodeName(volume) + QStringLiteral("/Sivra.sqlite"), clock, prefs,
+                                        trash, &error);
+    ASSERT_TRUE(store) << error.toStdString();
+    InlineExecutor inline_;
+    TrackedFileActor actor(inline_, std::move(store));
+    std::vector<RecordId> announced;
+    FileProcessor processor(actor, downloads, clock, inline_, [&](RecordId id) { announced.push_back(id); });
+    int trouble = -1;
+    processor.setStoreTroubleCallback([&](int waiting) { trouble = waiting; });
+
+    // Fill the volume to the last byte.
+    const QByteArray filler = volume + "/filler";
+    {
+        const int fd = ::open(filler.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+        ASSERT_GE(fd, 0);
+        const QByteArray block(4096, 'f');
+        while (::write(fd, block.constData(), size_t(block.size())) > 0) {
+        }
+        ::close(fd);
+    }
+    constexpr int count = 100;
+    for (int i = 0; i < count; ++i) {
+        const QByteArray path = downloads + "/download " + QByteArray::number(i) + ".bin";
+        writeFile(path, "data");
+        processor.handle(FileEvent{path, inodeOf(path), {F::created, F::modified, F::closedAfterWrite, F::isFile}});
+    }
+    // The first few may still fit in the space SQLite's journal already holds.
+    clock.advance(1 + 2 + 4 + 8 + completion::quietPeriod);
+    ASSERT_LT(announced.size(), size_t(count));
+    EXPECT_EQ(size_t(trouble), count - announced.size()) << "the user is told once the writes keep failing";
+
+    ASSERT_EQ(::unlink(filler.constData()), 0);
+    clock.advance(30 + completion::quietPeriod);
+    ASSERT_EQ(announced.size(), size_t(count));
+    EXPECT_EQ(trouble, 0);
+    const auto records = actor.unsafeState().allTrackedFiles();
+    ASSERT_EQ(records.size(), size_t(count));
+    for (int i = 0; i < count; ++i)
+        EXPECT_EQ(actor.unsafeState().record(announced[size_t(i)])->fileName,
+                  "download " + QByteArray::number(i) + ".bin");
 }
 
 } // namespace
