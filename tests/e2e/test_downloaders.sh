@@ -86,8 +86,8 @@ user_pref("toolkit.telemetry.reportingpolicy.firstRun", false);
 user_pref("app.update.enabled", false);
 PREFS
   # Longer than the toast's 7 s countdown, and a short one.
-  for spec in "firefox long.bin 10" "firefox short.bin 0"; do
-    set -- $spec; name="$1 $2"; seconds=$3
+  for download in "firefox long.bin 10" "firefox short.bin 0"; do
+    set -- $download; name="$1 $2"; seconds=$3
     firefox-esr --headless --no-remote --profile "$profile" "$URL/${name// /%20}?size=$size&seconds=$seconds" \
       >>"$E2E_ROOT/firefox.log" 2>&1 &
     browser=$!
