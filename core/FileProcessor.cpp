@@ -519,12 +519,19 @@ void FileProcessor::checkPending(const QByteArray &path)
     const RecordId id = offer->id;
     const FileIdentity identity = offer->identity;
     dropPendingOffer(path);
-    if (status->isRegularFile)
-        ask([identity, size = status->size](TrackedFileStore &store) { store.updateSize(identity, size); });
+    const auto state = ask([id, identity, size = status->size, isFile = status->isRegularFile](TrackedFileStore &store) {
+        if (isFile)
+            store.updateSize(identity, size);
+        const auto record = store.record(id);
+        return record ? std::optional<FileState>(record->state) : std::nullopt;
+    });
     qCDebug(lcProcessor).noquote() << QStringLiteral("  COMPLETE: %1 (%2 bytes)")
                                           .arg(displayText(fileNameOf(path)))
                                           .arg(status->isRegularFile ? status->size : 0);
-    announce(id);
+    // Kept or left alone meanwhile (`dowsel keep` while curl was still writing): the user has
+    // decided already, and a toast would only undo it.
+    if (state == FileState::unprocessed)
+        announce(id);
 }
 
 void FileProcessor::recheckHeldByCompanions()

@@ -147,6 +147,23 @@ TEST_F(FileProcessorTest, FileWrittenInPlaceIsOfferedWhenItsWriterIsDone)
     EXPECT_EQ(announced.size(), 2u);
 }
 
+TEST_F(FileProcessorTest, AFileKeptWhileItWasStillWrittenIsNotOfferedAgain)
+{
+    // `dowsel keep` (or the popover) on a download still being written: the user has decided,
+    // so the finished file gets no toast that would undo it.
+    const QByteArray path = download("early.iso");
+    writeFile(path, "part");
+    event(path, {F::created, F::modified, F::isFile});
+    const RecordId id = db().recordFor(identityOf(path))->id;
+    ASSERT_TRUE(db().markTemporary(id, 86400));
+    writeFile(path, "the whole file");
+    event(path, {F::modified, F::closedAfterWrite, F::isFile});
+    clock.advance(completion::quietPeriod);
+    EXPECT_TRUE(announced.empty());
+    EXPECT_EQ(db().record(id)->state, FileState::temporary);
+    EXPECT_EQ(db().record(id)->fileSize, 14);
+}
+
 TEST_F(FileProcessorTest, FirefoxPlaceholderIsOfferedOnceWithTheFinishedFile)
 {
     // Firefox: an empty placeholder under the final name, the data in "Xy12.zip.part"
