@@ -1,7 +1,6 @@
 #include "core/FileProcessor.h"
 
 #include "core/ByteCount.h"
-#include "core/DownloadCompletion.h"
 #include "core/Logging.h"
 #include "core/PosixFiles.h"
 #include "core/Tags.h"
@@ -58,7 +57,10 @@ FileProcessor::FileProcessor(TrackedFileActor &store, QByteArray downloadsPath, 
       m_downloadsPath(withoutTrailingSlashes(std::move(downloadsPath))),
       m_scheduler(scheduler),
       m_executor(executor),
-      m_onNewFile(std::move(onNewFile))
+      m_onNewFile(std::move(onNewFile)),
+      m_pendingOffers(scheduler, executor,
+                      [this](RecordId id, const FileIdentity &identity, const QByteArray &path,
+                             const FileStatus &status) { offerCompleted(id, identity, path, status); })
 {
 }
 
@@ -68,8 +70,6 @@ FileProcessor::~FileProcessor()
         m_events->setConsumer(nullptr, {});
     for (const PendingRemoval &pending : std::as_const(m_pendingRemovals))
         m_scheduler.cancel(pending.task);
-    for (const PendingOffer &offer : std::as_const(m_pendingOffers))
-        m_scheduler.cancel(offer.quiet);
     m_scheduler.cancel(m_saveRetry);
 }
 
@@ -113,7 +113,7 @@ void FileProcessor::handle(const FileEvent &event)
         // is none of our business.
         if (parentPath(parent) == m_downloadsPath) {
             insertRetroactiveFolder(parent);
-            notePendingWrite(parent, FSEventFlags{});
+            m_pendingOffers.noteActivity(parent, FSEventFlags{});
         }
         return;
     }
@@ -139,7 +139,7 @@ void FileProcessor::handle(const FileEvent &event)
             handleNewItem(event, name, status);
     }
     if (completion::isCompanionName(name))
-        recheckHeldByCompanions();
+        m_pendingOffers.companionsChanged();
 }
 
 std::optional<TrackedFile> FileProcessor::knownRecord(const FileEvent &event, const std::optional<FileStatus> &status)
@@ -212,11 +212,7 @@ void FileProcessor::insertOrReplace(const FileIdentity &identity, const QByteArr
         ask([=](TrackedFileStore &store) { store.replaceIdentity(old, identity, path, name, size); });
         qCDebug(lcProcessor).noquote() << QStringLiteral("  REPLACED: ") + displayText(name)
                 + QStringLiteral(" inode %1 → %2").arg(number(old.inode), number(identity.inode));
-        if (const auto offer = m_pendingOffers.find(path); offer != m_pendingOffers.end() && offer->identity == old) {
-            const RecordId id = offer->id;
-            dropPendingOffer(path);
-            offerWhenComplete(id, identity, path, flags);
-        }
+        m_pendingOffers.replace(path, old, identity, flags);
         return;
     }
     if (isFolder)
@@ -250,7 +246,7 @@ bool FileProcessor::saveArrival(const UnsavedArrival &arrival)
                 + QStringLiteral(" (") + (arrival.isFolder ? QStringLiteral("folder") : formatByteCount(arrival.size))
                 + QStringLiteral(")");
     }
-    offerWhenComplete(id, arrival.identity, arrival.path, arrival.flags);
+    m_pendingOffers.add(id, arrival.identity, arrival.path, arrival.flags);
     return true;
 }
 
@@ -312,7 +308,7 @@ void FileProcessor::handleKnownItem(const FileEvent &event, const QByteArray &na
             status && status->identity() == identity && status->isRegularFile) {
             m_store.send([identity, size = status->size](TrackedFileStore &store) { store.updateSize(identity, size); });
         }
-        notePendingWrite(event.path, event.flags);
+        m_pendingOffers.noteActivity(event.path, event.flags);
         return;
     }
     QByteArray newPath;
@@ -335,19 +331,13 @@ void FileProcessor::handleKnownItem(const FileEvent &event, const QByteArray &na
     if (isIgnorableName(newName)) {
         qCDebug(lcProcessor).noquote() << QStringLiteral("  TRACKED+RENAMED to ignored name, removing: ")
                 + displayText(newName);
-        dropPendingOffer(record.filePath);
+        m_pendingOffers.drop(record.filePath);
         ask([identity](TrackedFileStore &store) { store.removeRecordFor(identity); });
         return;
     }
     qCDebug(lcProcessor).noquote() << QStringLiteral("  TRACKED+RENAMED, updating path: ") + displayText(newName);
     ask([=](TrackedFileStore &store) { store.updatePath(identity, newPath, newName); });
-    if (newPath != record.filePath) {
-        if (const auto offer = m_pendingOffers.constFind(record.filePath); offer != m_pendingOffers.constEnd()) {
-            const PendingOffer moved = *offer;
-            m_pendingOffers.erase(offer);
-            m_pendingOffers.insert(newPath, moved);
-        }
-    }
+    m_pendingOffers.rename(record.filePath, newPath);
 }
 
 std::optional<QByteArray> FileProcessor::findPath(const FileIdentity &identity) const
@@ -386,9 +376,7 @@ void FileProcessor::commitRemoval(const FileIdentity &identity, const QByteArray
     if (pending == m_pendingRemovals.constEnd() || pending->identity != identity)
         return; // superseded by a replacement or a newer removal
     m_pendingRemovals.erase(pending);
-    if (const auto offer = m_pendingOffers.constFind(path); offer != m_pendingOffers.constEnd()
-        && offer->identity == identity)
-        dropPendingOffer(path);
+    m_pendingOffers.drop(path, identity);
     qCDebug(lcProcessor).noquote()
         << QStringLiteral("  Committing deferred removal for inode %1").arg(number(identity.inode));
     ask([identity](TrackedFileStore &store) { store.removeRecordFor(identity); });
@@ -445,81 +433,10 @@ void FileProcessor::rescan()
     }
 }
 
-void FileProcessor::offerWhenComplete(RecordId id, const FileIdentity &identity, const QByteArray &path,
-                                      FSEventFlags flags)
+void FileProcessor::offerCompleted(RecordId id, const FileIdentity &identity, const QByteArray &path,
+                                   const FileStatus &status)
 {
-    if (id == 0)
-        return; // a failed insert has no record to show
-    dropPendingOffer(path);
-    PendingOffer offer;
-    offer.id = id;
-    offer.identity = identity;
-    // A file moved into place was finished where it was written (Chromium's .crdownload,
-    // rsync's hidden temporary, Firefox's .part): it is offered at once.
-    const bool arrivedWhole = flags.contains(FSEventFlags::renamed) && !flags.contains(FSEventFlags::created);
-    offer.closed = arrivedWhole || flags.contains(FSEventFlags::closedAfterWrite);
-    m_pendingOffers.insert(path, offer);
-    if (arrivedWhole) {
-        if (const auto status = statPath(path))
-            m_pendingOffers[path].seen = *status;
-        checkPending(path);
-    } else {
-        startQuietPeriod(path);
-    }
-}
-
-void FileProcessor::notePendingWrite(const QByteArray &path, FSEventFlags flags)
-{
-    const auto offer = m_pendingOffers.find(path);
-    if (offer == m_pendingOffers.end())
-        return;
-    if (flags.contains(FSEventFlags::modified))
-        offer->closed = flags.contains(FSEventFlags::closedAfterWrite);
-    startQuietPeriod(path);
-}
-
-void FileProcessor::startQuietPeriod(const QByteArray &path)
-{
-    const auto offer = m_pendingOffers.find(path);
-    if (offer == m_pendingOffers.end())
-        return;
-    m_scheduler.cancel(offer->quiet);
-    if (const auto status = statPath(path))
-        offer->seen = *status;
-    // Without its writer's close, a file that no write touched for a long while is taken as
-    // finished too: a writer may have closed it before the watch began.
-    const Seconds wait = offer->closed ? completion::quietPeriod : stalledWriterWait;
-    const std::uint64_t ticket = ++m_offerTickets;
-    offer->ticket = ticket;
-    offer->quiet = m_scheduler.scheduleAfter(wait, m_executor, m_lifetime.guard([this, path, ticket] {
-        const auto current = m_pendingOffers.constFind(path);
-        if (current != m_pendingOffers.constEnd() && current->ticket == ticket)
-            checkPending(path);
-    }));
-}
-
-void FileProcessor::checkPending(const QByteArray &path)
-{
-    const auto offer = m_pendingOffers.find(path);
-    if (offer == m_pendingOffers.end())
-        return;
-    const auto status = statPath(path);
-    if (!status || status->identity() != offer->identity)
-        return; // gone or replaced: the removal or the replacement decides
-    if (status->size != offer->seen.size || status->modifiedNs != offer->seen.modifiedNs) {
-        startQuietPeriod(path); // written to since: wait again
-        return;
-    }
-    if (const auto companion = completion::pendingCompanion(path, *status)) {
-        qCDebug(lcProcessor).noquote() << QStringLiteral("  HELD: ") + displayText(fileNameOf(path))
-                + QStringLiteral(" until ") + displayText(fileNameOf(*companion)) + QStringLiteral(" is gone");
-        offer->heldByCompanion = true;
-        return;
-    }
-    const RecordId id = offer->id;
-    const FileIdentity identity = offer->identity;
-    dropPendingOffer(path);
-    const auto state = ask([id, identity, size = status->size, isFile = status->isRegularFile](TrackedFileStore &store) {
+    const auto state = ask([id, identity, size = status.size, isFile = status.isRegularFile](TrackedFileStore &store) {
         if (isFile)
             store.updateSize(identity, size);
         const auto record = store.record(id);
@@ -527,34 +444,11 @@ void FileProcessor::checkPending(const QByteArray &path)
     });
     qCDebug(lcProcessor).noquote() << QStringLiteral("  COMPLETE: %1 (%2 bytes)")
                                           .arg(displayText(fileNameOf(path)))
-                                          .arg(status->isRegularFile ? status->size : 0);
+                                          .arg(status.isRegularFile ? status.size : 0);
     // Kept or left alone meanwhile (`dowsel keep` while curl was still writing): the user has
     // decided already, and a toast would only undo it.
     if (state == FileState::unprocessed)
         announce(id);
-}
-
-void FileProcessor::recheckHeldByCompanions()
-{
-    QList<QByteArray> held;
-    for (auto offer = m_pendingOffers.cbegin(); offer != m_pendingOffers.cend(); ++offer) {
-        if (offer->heldByCompanion)
-            held.append(offer.key());
-    }
-    for (const QByteArray &path : held) {
-        if (const auto offer = m_pendingOffers.find(path); offer != m_pendingOffers.end()) {
-            offer->heldByCompanion = false;
-            startQuietPeriod(path);
-        }
-    }
-}
-
-void FileProcessor::dropPendingOffer(const QByteArray &path)
-{
-    if (const auto offer = m_pendingOffers.constFind(path); offer != m_pendingOffers.constEnd()) {
-        m_scheduler.cancel(offer->quiet);
-        m_pendingOffers.erase(offer);
-    }
 }
 
 void FileProcessor::announce(RecordId id)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/FileEvent.h"
+#include "core/DownloadCompletion.h"
 #include "core/FileEventStream.h"
 #include "core/Lifetime.h"
 #include "core/PosixFiles.h"
@@ -43,9 +44,7 @@ public:
     // A removal waits this long on the continuous clock, so that the new file of a safe save
     // can take the record over first.
     static constexpr Seconds removalDelay = 1.5;
-    // A file written in place whose writer was never seen closing it is offered after this
-    // long without a write.
-    static constexpr Seconds stalledWriterWait = 30;
+    static constexpr Seconds stalledWriterWait = PendingOffers::stalledWriterWait;
 
     FileProcessor(TrackedFileActor &store, QByteArray downloadsPath, Scheduler &scheduler, Executor &executor,
                   NewFileCallback onNewFile);
@@ -70,16 +69,6 @@ private:
     struct PendingRemoval {
         FileIdentity identity;
         Scheduler::TimerId task = Scheduler::invalidTimer;
-    };
-    // A recorded item whose writer may not be done yet; keyed by the item's path.
-    struct PendingOffer {
-        RecordId id = 0;
-        FileIdentity identity;
-        bool closed = false; // the last word of its writer was a close
-        FileStatus seen; // what the file looked like when the quiet period began
-        bool heldByCompanion = false; // a sibling file says more is coming
-        Scheduler::TimerId quiet = Scheduler::invalidTimer;
-        std::uint64_t ticket = 0; // the current quiet timer's; an older one that fires acts not
     };
 
     // A new item the store could not save yet; saved later, in order, once.
@@ -109,13 +98,8 @@ private:
     static bool holdsOnlyPlaceholders(const QByteArray &folder);
     void announce(RecordId id);
 
-    // Offers the record now if its writer is done, else once it is.
-    void offerWhenComplete(RecordId id, const FileIdentity &identity, const QByteArray &path, FSEventFlags flags);
-    void notePendingWrite(const QByteArray &path, FSEventFlags flags);
-    void startQuietPeriod(const QByteArray &path);
-    void checkPending(const QByteArray &path);
-    void recheckHeldByCompanions();
-    void dropPendingOffer(const QByteArray &path);
+    // A pending download is complete: offered unless the user decided about it meanwhile.
+    void offerCompleted(RecordId id, const FileIdentity &identity, const QByteArray &path, const FileStatus &status);
 
     // Waits for the store's answer; the processor's own work stays in order.
     template <class F> auto ask(F work) { return m_store.call(std::move(work)).get(); }
@@ -128,8 +112,7 @@ private:
     std::shared_ptr<FileEventStream> m_events;
     std::unordered_set<std::uint64_t> m_locallyCreatedDirs; // empty folders not announced yet
     QHash<QByteArray, PendingRemoval> m_pendingRemovals; // by path
-    QHash<QByteArray, PendingOffer> m_pendingOffers; // by path
-    std::uint64_t m_offerTickets = 0;
+    PendingOffers m_pendingOffers;
     std::deque<UnsavedArrival> m_unsaved;
     Scheduler::TimerId m_saveRetry = Scheduler::invalidTimer;
     Seconds m_saveRetryDelay = 0;
