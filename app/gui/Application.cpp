@@ -164,9 +164,14 @@ int runApplication(int argc, char *argv[])
         .blockedShortcuts = [&shortcuts] { return shortcuts.blockedShortcuts(); },
         .reveal = {},
     });
-    // The popover follows the store: every committed change asks it to read again.
-    state.trackedFileActor().call([&popover](TrackedFileStore &s) {
-        s.setChangeObserver([&popover] { popover.refresh(); });
+    // The popover and the toast follow the store: every committed change asks them to read
+    // again (a file kept from the bus leaves its toast).
+    ToastController &toastController = toastUi->controller();
+    state.trackedFileActor().call([&popover, &toastController](TrackedFileStore &s) {
+        s.setChangeObserver([&popover, &toastController] {
+            popover.refresh();
+            toastController.recordsChanged();
+        });
     }).wait();
 
     TrayIcon tray;

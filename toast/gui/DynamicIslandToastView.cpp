@@ -18,15 +18,31 @@ struct BadgeContent {
     QString label;
 };
 
-const BadgeContent markTemporaryBadge{{QStringLiteral("Super"), QStringLiteral("⇧"), QStringLiteral("T")},
-                                      QStringLiteral("Mark temporary")};
-const BadgeContent customTimeBadge{
-    {QStringLiteral("Super"), QStringLiteral("⇧"), QStringLiteral("Alt"), QStringLiteral("T")},
-    QStringLiteral("Custom time…")};
-const BadgeContent moveBadgeContent{{QStringLiteral("Super"), QStringLiteral("⇧"), QStringLiteral("M")},
-                                    QStringLiteral("Move")};
-const BadgeContent moreBadgeContent{{QStringLiteral("Super"), QStringLiteral("⇧"), QStringLiteral(".")},
-                                    QStringLiteral("More")};
+// Linux key names, the same on every badge and in the settings; the labels in the user's
+// language.
+QStringList keys(std::initializer_list<const char *> names)
+{
+    QStringList result;
+    for (const char *name : names)
+        result << QString::fromUtf8(name);
+    return result;
+}
+BadgeContent markTemporaryBadge()
+{
+    return {keys({"Super", "Shift", "T"}), DynamicIslandToastView::tr("Mark temporary")};
+}
+BadgeContent customTimeBadge()
+{
+    return {keys({"Super", "Shift", "Alt", "T"}), DynamicIslandToastView::tr("Custom time…")};
+}
+BadgeContent moveBadgeContent()
+{
+    return {keys({"Super", "Shift", "M"}), DynamicIslandToastView::tr("Move")};
+}
+BadgeContent moreBadgeContent()
+{
+    return {keys({"Super", "Shift", "."}), DynamicIslandToastView::tr("More")};
+}
 
 constexpr double badgeHeight = 20;
 constexpr double badgeSpacing = 5;
@@ -139,6 +155,14 @@ void DynamicIslandToastView::setFrame(Frame frame)
     update();
 }
 
+void DynamicIslandToastView::setRingProgress(double progress)
+{
+    if (progress == m_frame.ringProgress)
+        return;
+    m_frame.ringProgress = progress;
+    update(islandTransform().mapRect(ringRect(islandRect())).toAlignedRect().adjusted(-2, -2, 2, 2));
+}
+
 QRectF DynamicIslandToastView::islandRect() const
 {
     return {(width() - island::width) / 2, 0, island::width, island::height(m_frame.input.topInset)};
@@ -175,22 +199,22 @@ void DynamicIslandToastView::layoutBadges()
 
     // The row must end before the ring, whatever the fonts: when it is too long it is drawn
     // smaller, by the same factor with Alt held or not, so that it never jumps.
-    const double widestKeep = std::max(badgeWidth(markTemporaryBadge), badgeWidth(customTimeBadge));
+    const double widestKeep = std::max(badgeWidth(markTemporaryBadge()), badgeWidth(customTimeBadge()));
     const double rowWidth =
-        widestKeep + badgeWidth(moveBadgeContent) + badgeWidth(moreBadgeContent) + 2 * badgeSpacing;
+        widestKeep + badgeWidth(moveBadgeContent()) + badgeWidth(moreBadgeContent()) + 2 * badgeSpacing;
     const double scale = std::min(1.0, (middleRight(rect) - x) / rowWidth);
     const double top = y + badgeHeight * (1 - scale) / 2;
     const auto badgeFrame = [&](const BadgeContent &badge) {
         return QRectF(x, top, badgeWidth(badge) * scale, badgeHeight * scale);
     };
-    const BadgeContent &keep = m_frame.input.isOptionHeld ? customTimeBadge : markTemporaryBadge;
+    const BadgeContent keep = m_frame.input.isOptionHeld ? customTimeBadge() : markTemporaryBadge();
     m_badgeRects[keepBadge] = badgeFrame(keep);
-    m_customTimeRect = badgeFrame(customTimeBadge);
-    m_markTemporaryRect = badgeFrame(markTemporaryBadge);
+    m_customTimeRect = badgeFrame(customTimeBadge());
+    m_markTemporaryRect = badgeFrame(markTemporaryBadge());
     x = m_badgeRects[keepBadge].right() + badgeSpacing * scale;
-    m_badgeRects[moveBadge] = badgeFrame(moveBadgeContent);
+    m_badgeRects[moveBadge] = badgeFrame(moveBadgeContent());
     x = m_badgeRects[moveBadge].right() + badgeSpacing * scale;
-    m_badgeRects[moreBadge] = badgeFrame(moreBadgeContent);
+    m_badgeRects[moreBadge] = badgeFrame(moreBadgeContent());
 }
 
 QRectF DynamicIslandToastView::ringRect(const QRectF &island) const
@@ -254,11 +278,11 @@ void DynamicIslandToastView::paintBadges(QPainter &painter)
     const double swap = std::clamp(m_frame.optionSwap, 0.0, 1.0);
     const bool pressedKeep = m_pressedBadge == keepBadge;
     if (swap < 1)
-        paintBadge(painter, m_markTemporaryRect, markTemporaryBadge, m_isHovering, pressedKeep, 1 - swap);
+        paintBadge(painter, m_markTemporaryRect, markTemporaryBadge(), m_isHovering, pressedKeep, 1 - swap);
     if (swap > 0)
-        paintBadge(painter, m_customTimeRect, customTimeBadge, m_isHovering, pressedKeep, swap);
-    paintBadge(painter, m_badgeRects[moveBadge], moveBadgeContent, m_isHovering, m_pressedBadge == moveBadge, 1);
-    paintBadge(painter, m_badgeRects[moreBadge], moreBadgeContent, m_isHovering, m_pressedBadge == moreBadge, 1);
+        paintBadge(painter, m_customTimeRect, customTimeBadge(), m_isHovering, pressedKeep, swap);
+    paintBadge(painter, m_badgeRects[moveBadge], moveBadgeContent(), m_isHovering, m_pressedBadge == moveBadge, 1);
+    paintBadge(painter, m_badgeRects[moreBadge], moreBadgeContent(), m_isHovering, m_pressedBadge == moreBadge, 1);
 }
 
 void DynamicIslandToastView::paintRing(QPainter &painter, const QRectF &rect) const

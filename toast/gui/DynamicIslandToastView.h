@@ -44,6 +44,8 @@ public:
     explicit DynamicIslandToastView(QWidget *parent = nullptr);
 
     void setFrame(Frame frame);
+    // Only the ring moved: repaints the ring's square and nothing else.
+    void setRingProgress(double progress);
     const Frame &frame() const { return m_frame; }
     ToastViewActions actions;
 

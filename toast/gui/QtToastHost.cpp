@@ -10,6 +10,9 @@
 #include "toast/gui/SurfaceStyle.h"
 
 #include <QCursor>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
 #include <QDir>
 #include <QFileDialog>
 #include <QGuiApplication>
@@ -69,6 +72,7 @@ QtToastHost::~QtToastHost()
     delete m_hint;
     delete m_shareMenu;
     delete m_folderDialog;
+    delete m_notice;
 }
 
 void QtToastHost::bind(ToastController &controller)
@@ -154,6 +158,7 @@ void QtToastHost::openSurface(ToastSurface surface)
     if (!m_controller)
         return;
     closeSurface(surface);
+    releaseKeyboard();
     auto *panel = new SurfacePanel(FloatingPanel::Role::keyboard,
                                    surface == ToastSurface::moreMenu ? moreMenuPanelSize : inputPanelSize);
     panel->setContent(createView(surface));
@@ -179,6 +184,12 @@ void QtToastHost::closeSurface(ToastSurface surface)
     if (m_keyPanel == panel)
         m_keyPanel = nullptr;
     fadeOut(panel);
+}
+
+void QtToastHost::releaseKeyboard()
+{
+    if (beforeTakingKeyboard)
+        beforeTakingKeyboard();
 }
 
 void QtToastHost::fadeOut(SurfacePanel *panel)
@@ -269,6 +280,7 @@ void QtToastHost::showSharePicker(const std::vector<ShareTarget> &targets, Share
         return;
     const QRect anchor = *m_shareAnchor;
     m_shareChoice = std::move(onChoose);
+    releaseKeyboard();
     auto *menu = new QMenu;
     m_shareMenu = menu;
     for (const ShareTarget &target : targets) {
@@ -310,9 +322,13 @@ void QtToastHost::closeSharePicker()
 void QtToastHost::chooseFolder(FolderChoice onChoose)
 {
     delete m_folderDialog;
+    releaseKeyboard();
     auto *dialog = new QFileDialog(nullptr, tr("Choose a destination folder"), QDir::homePath());
     m_folderDialog = dialog;
     dialog->setAttribute(Qt::WA_DeleteOnClose);
+    // Modal to the whole application, above the toast, until the user answers.
+    dialog->setWindowModality(Qt::ApplicationModal);
+    dialog->setWindowFlag(Qt::WindowStaysOnTopHint);
     dialog->setFileMode(QFileDialog::Directory);
     dialog->setOption(QFileDialog::ShowDirsOnly);
     dialog->setLabelText(QFileDialog::Accept, tr("Move Here"));
@@ -326,6 +342,40 @@ void QtToastHost::chooseFolder(FolderChoice onChoose)
     dialog->show();
     dialog->raise();
     dialog->activateWindow();
+}
+
+// MARK: Notices
+
+void QtToastHost::showNotice(const QString &title, const QString &text)
+{
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    const QString service = QStringLiteral("org.freedesktop.Notifications");
+    if (bus.isConnected() && bus.interface()->isServiceRegistered(service)) {
+        QDBusMessage notify = QDBusMessage::createMethodCall(service, QStringLiteral("/org/freedesktop/Notifications"),
+                                                             service, QStringLiteral("Notify"));
+        notify << QStringLiteral("Dowsel") << 0u << QStringLiteral("dialog-warning") << title << text << QStringList()
+               << QVariantMap() << 8000;
+        bus.asyncCall(notify);
+        return;
+    }
+    // No notification server (a bare window manager): a panel under the island says it.
+    delete m_notice;
+    auto *panel = new SurfacePanel(FloatingPanel::Role::display, hintPanelSize);
+    m_notice = panel;
+    auto *label = new QLabel(QStringLiteral("<b>%1</b><br>%2").arg(title.toHtmlEscaped(), text.toHtmlEscaped()));
+    label->setWordWrap(true);
+    label->setAlignment(Qt::AlignCenter);
+    label->setMargin(18);
+    label->setFont(surfacestyle::font(13, QFont::Medium));
+    QPalette palette = label->palette();
+    palette.setColor(QPalette::WindowText, surfacestyle::primary());
+    label->setPalette(palette);
+    panel->setContent(label);
+    const int width = qRound(panelgeometry::surfacePanelWidth);
+    if (QScreen *current = screen())
+        placeSurfacePanel(*panel, *current, topInset(), std::max(label->heightForWidth(width), 60));
+    panel->orderFront();
+    QTimer::singleShot(6000, panel, [this, panel] { fadeOut(panel); });
 }
 
 // MARK: Practice hint

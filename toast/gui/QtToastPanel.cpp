@@ -13,8 +13,17 @@ QtToastPanel::QtToastPanel(const Clock &clock, ThumbnailCache &thumbnails)
     : FloatingPanel(Role::display, QSize(800, 400)), m_host(new DynamicIslandToastHost(clock, thumbnails, this)),
       m_fade(this, "windowOpacity")
 {
-    if (!isTranslucent())
+    if (!isTranslucent()) {
+        // Without a compositor nothing is translucent: the window is cut to the island and
+        // whatever the island does not cover inside that cut is black, never the light
+        // default background.
+        QPalette black = palette();
+        black.setColor(QPalette::Window, Qt::black);
+        setPalette(black);
+        setAutoFillBackground(true);
         connect(m_host, &DynamicIslandToastHost::frameChanged, this, &QtToastPanel::shapeToIsland);
+        shapeToIsland();
+    }
 }
 
 bool QtToastPanel::isOnScreen() const
@@ -80,10 +89,18 @@ void QtToastPanel::updateInputRegion()
 void QtToastPanel::shapeToIsland()
 {
     const DynamicIslandToastView::Frame &frame = m_host->view().frame();
-    const bool drawn = island::appearance(frame.expansion, frame.input.hasNotch).opacity > 0;
-    const QRegion island(m_host->view().islandOutline().toFillPolygon().toPolygon());
-    // An empty mask would mean "no mask" and show the whole strip: keep one pixel instead.
-    setMask(!drawn || island.isEmpty() ? QRegion(0, 0, 1, 1) : island);
+    // No fade without a compositor: the island is there while it would be at least half
+    // opaque, and gone otherwise, so a collapsing island never leaves a faint pill behind.
+    const bool drawn = island::appearance(frame.expansion, frame.input.hasNotch).opacity >= 0.5;
+    QRegion island = drawn ? QRegion(m_host->view().islandOutline().toFillPolygon().toPolygon()) : QRegion();
+    // An empty mask would mean "no mask" and show the whole strip: cut to a pixel outside
+    // the window instead, which leaves nothing of it on screen.
+    if (island.isEmpty())
+        island = QRegion(-2, -2, 1, 1);
+    if (island == m_shape)
+        return;
+    m_shape = island;
+    setMask(island);
 }
 
 } // namespace dowsel

@@ -37,6 +37,7 @@ private:
     DynamicIslandToastHost *m_host;
     QPropertyAnimation m_fade;
     double m_topInset = 0;
+    QRegion m_shape;
     DynamicIslandToastState m_state = DynamicIslandToastState::hidden;
 };
 
