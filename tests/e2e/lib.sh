@@ -11,6 +11,12 @@ export XDG_RUNTIME_DIR="$E2E_ROOT/run"
 mkdir -p "$HOME/Downloads" "$XDG_CONFIG_HOME" "$XDG_DATA_HOME" "$XDG_RUNTIME_DIR"
 chmod 700 "$XDG_RUNTIME_DIR"
 unset DBUS_SESSION_BUS_ADDRESS WAYLAND_DISPLAY QT_QPA_PLATFORM
+# Opening or revealing a file must not start the machine's browser or file manager in the
+# middle of a test: xdg-open only writes down what it was asked to open.
+mkdir -p "$E2E_ROOT/bin"
+printf '#!/bin/sh\nprintf "%%s\\n" "$*" >>"%s/opened.log"\n' "$E2E_ROOT" >"$E2E_ROOT/bin/xdg-open"
+chmod +x "$E2E_ROOT/bin/xdg-open"
+export PATH="$E2E_ROOT/bin:$PATH"
 
 E2E_PIDS=()
 e2e_cleanup() {
