@@ -4,6 +4,9 @@
 #include "toast/IslandLayout.h"
 #include "toast/PanelGeometry.h"
 
+#include "core/Logging.h"
+
+#include <QElapsedTimer>
 #include <QRegion>
 #include <QWindow>
 
@@ -59,6 +62,19 @@ void QtToastPanel::render(const ToastViewInput &input)
     m_state = input.state;
     m_host->setInput(input);
     updateInputRegion();
+}
+
+// With dowsel.toast debugging on, every repaint of the window (paint and flush to the
+// screen) reports how long it took: bench/toast_frames.sh reads these lines.
+bool QtToastPanel::event(QEvent *event)
+{
+    if (event->type() != QEvent::UpdateRequest || !lcToast().isDebugEnabled())
+        return FloatingPanel::event(event);
+    QElapsedTimer timer;
+    timer.start();
+    const bool handled = FloatingPanel::event(event);
+    qCDebug(lcToast).noquote() << QStringLiteral("ToastPanel.frame: %1 us").arg(timer.nsecsElapsed() / 1000);
+    return handled;
 }
 
 void QtToastPanel::resizeEvent(QResizeEvent *event)

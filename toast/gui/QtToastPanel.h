@@ -27,6 +27,7 @@ public:
     void render(const ToastViewInput &input) override;
 
 protected:
+    bool event(QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 
 private:
