@@ -7,6 +7,7 @@
 #include "toast/ToastController.h"
 #include "toast/gui/PanelPlacement.h"
 #include "toast/gui/QtToastPanel.h"
+#include "platform/linux/x11/X11Desktop.h"
 #include "toast/gui/SurfaceStyle.h"
 
 #include <QCursor>
@@ -54,6 +55,30 @@ QWidget *defaultHintContent(HintPhase phase)
     palette.setColor(QPalette::WindowText, surfacestyle::primary());
     label->setPalette(palette);
     return label;
+}
+
+// The share menu sits under the dark island and beside the dark inputs: it is dark too.
+void styleLikeThePanels(QMenu &menu)
+{
+    const auto rgba = [](const QColor &color) {
+        return QStringLiteral("rgba(%1, %2, %3, %4)")
+            .arg(color.red())
+            .arg(color.green())
+            .arg(color.blue())
+            .arg(color.alphaF());
+    };
+    const bool rounded = x11::hasCompositor();
+    if (rounded)
+        menu.setAttribute(Qt::WA_TranslucentBackground);
+    menu.setFont(surfacestyle::font(13, QFont::Normal));
+    menu.setStyleSheet(QStringLiteral("QMenu { background: %1; color: %2; border: 1px solid %3; border-radius: %4px;"
+                                      " padding: 6px; }"
+                                      " QMenu::item { padding: 7px 22px 7px 10px; border-radius: 6px; }"
+                                      " QMenu::item:selected { background: %5; }"
+                                      " QMenu::item:disabled { color: %6; }")
+                           .arg(rgba(surfacestyle::panelBackground()), rgba(surfacestyle::primary()),
+                                rgba(surfacestyle::primary(0.12)), QString::number(rounded ? 12 : 0),
+                                rgba(surfacestyle::primary(0.14)), rgba(surfacestyle::secondary())));
 }
 
 } // namespace
@@ -283,6 +308,7 @@ void QtToastHost::showSharePicker(const std::vector<ShareTarget> &targets, Share
     releaseKeyboard();
     auto *menu = new QMenu;
     m_shareMenu = menu;
+    styleLikeThePanels(*menu);
     for (const ShareTarget &target : targets) {
         QAction *action = menu->addAction(QIcon::fromTheme(target.icon), target.title);
         connect(action, &QAction::triggered, this, [this, target] { m_chosenTarget = target; });
