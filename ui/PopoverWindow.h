@@ -14,6 +14,8 @@ class QTimer;
 
 namespace dowsel {
 
+class ThumbnailCache;
+
 class Clock;
 class PermissionsManager;
 class PopoverItemDelegate;
@@ -36,6 +38,8 @@ struct PopoverServices {
     std::function<QStringList()> blockedShortcuts;
     // Shows a file in the file manager; revealInFileManager unless a test needs otherwise.
     std::function<void(const QByteArray &)> reveal;
+    // The pictures of the rows: the same service as the toast's. Null: icons only.
+    ThumbnailCache *thumbnails = nullptr;
 };
 
 // The 360 × 440 window under the tray icon: the temporary files with their countdowns, the

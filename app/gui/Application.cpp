@@ -163,6 +163,7 @@ int runApplication(int argc, char *argv[])
         .scheduleExpiry = [&cleanup](RecordId id, Date at) { cleanup.schedule(id, at); },
         .blockedShortcuts = [&shortcuts] { return shortcuts.blockedShortcuts(); },
         .reveal = {},
+        .thumbnails = &ThumbnailCache::shared(),
     });
     // The popover and the toast follow the store: every committed change asks them to read
     // again (a file kept from the bus leaves its toast).
