@@ -360,6 +360,25 @@ No tienes que conservar este archivo — solo está aquí para la demostración.
     </message>
 </context>
 <context>
+    <name>dowsel::DynamicIslandToastView</name>
+    <message>
+        <source>Mark temporary</source>
+        <translation>Marcar temporal</translation>
+    </message>
+    <message>
+        <source>Custom time…</source>
+        <translation>Otro plazo…</translation>
+    </message>
+    <message>
+        <source>Move</source>
+        <translation>Mover</translation>
+    </message>
+    <message>
+        <source>More</source>
+        <translation>Más</translation>
+    </message>
+</context>
+<context>
     <name>dowsel::MoreMenuViewModel</name>
     <message>
         <source>Open</source>
@@ -564,6 +583,25 @@ No tienes que conservar este archivo — solo está aquí para la demostración.
     <message>
         <source>e.g. 2h, 30 min, 1d 4h</source>
         <translation>p. ej., 2h, 30 min, 1d 4h</translation>
+    </message>
+</context>
+<context>
+    <name>dowsel::ToastController</name>
+    <message>
+        <source>Nothing was moved</source>
+        <translation>No se ha movido nada</translation>
+    </message>
+    <message>
+        <source>Cannot move into %1: %2</source>
+        <translation>No se puede mover a %1: %2</translation>
+    </message>
+    <message>
+        <source>The files of the toast were handled elsewhere before a folder was chosen.</source>
+        <translation>Los archivos del aviso se gestionaron desde otro sitio antes de elegir una carpeta.</translation>
+    </message>
+    <message>
+        <source>The toast no longer covers any file.</source>
+        <translation>El aviso ya no tiene ningún archivo.</translation>
     </message>
 </context>
 <context>
