@@ -45,6 +45,17 @@ one_toast plain.pdf
 [ "$CLOSE_WORST" -le 2 ] || fail "without a compositor the closing island leaves a pale pill ($CLOSE_WORST stray pixels)"
 pass "without a compositor the island opens and closes in black and white only"
 
+# A pointer already resting where the island appears pauses it, without moving.
+xdotool mousemove 640 40
+echo x >"$D/resting.pdf"
+wait_for 10 island_shown || fail "no island for resting.pdf"
+sleep 9
+state_is resting.pdf unprocessed || fail "the countdown ran under a resting pointer: $(state_of resting.pdf)"
+xdotool mousemove 640 600
+wait_for 10 state_is resting.pdf dismissed || fail "the countdown did not resume when the pointer left"
+wait_for 5 toast_closed || fail "the toast for resting.pdf stayed"
+pass "a pointer resting where the island opens pauses it; leaving resumes it"
+
 if command -v picom >/dev/null; then
   picom --backend xrender --shadow --shadow-radius 12 --shadow-opacity 0.9 >"$E2E_ROOT/picom.log" 2>&1 &
   E2E_PIDS+=($!)

@@ -3,6 +3,7 @@
 #include "platform/Time.h"
 #include "toast/IslandLayout.h"
 
+#include <QCursor>
 #include <QFile>
 
 #include <algorithm>
@@ -107,7 +108,10 @@ void DynamicIslandToastHost::startFrames()
 void DynamicIslandToastHost::onFrameTimer()
 {
     const double seconds = std::min(m_sinceLastFrame.restart() / 1000.0, 0.1);
+    const bool wasOpening = !m_expansion.isSettled() && m_animatedState == DynamicIslandToastState::visible;
     advance(seconds);
+    if (wasOpening && m_expansion.isSettled() && isVisible())
+        m_view->notePointerAt(QCursor::pos());
     if (!needsFrames()) {
         m_frameTimer.stop();
         return;

@@ -341,6 +341,12 @@ void DynamicIslandToastView::setHovering(bool hovering)
         actions.onHoverChanged(hovering);
 }
 
+void DynamicIslandToastView::notePointerAt(QPoint globalPosition)
+{
+    if (!m_isHovering && islandOutline().contains(QPointF(mapFromGlobal(globalPosition))))
+        setHovering(true);
+}
+
 void DynamicIslandToastView::mouseMoveEvent(QMouseEvent *event)
 {
     setHovering(islandOutline().contains(event->position()));

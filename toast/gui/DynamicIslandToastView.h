@@ -50,6 +50,9 @@ public:
     ToastViewActions actions;
 
     bool isHovering() const { return m_isHovering; }
+    // The island has just opened: a pointer already resting where it appeared counts as
+    // hovering, though it has not moved (no enter event comes then).
+    void notePointerAt(QPoint globalPosition);
     // The island's outline as drawn now, in widget coordinates.
     QPainterPath islandOutline() const;
 
