@@ -15,6 +15,7 @@
 #include "platform/linux/SpawnProcessLauncher.h"
 #include "platform/linux/SystemClock.h"
 #include "toast/gui/ToastUi.h"
+#include "ui/FallbackIcons.h"
 #include "ui/PopoverWindow.h"
 #include "ui/ThumbnailCache.h"
 #include "ui/Translations.h"
@@ -98,6 +99,7 @@ int runApplication(int argc, char *argv[])
     QApplication::setApplicationVersion(QStringLiteral(DOWSEL_VERSION));
     QApplication::setQuitOnLastWindowClosed(false);
     installTranslations(app);
+    installFallbackIcons();
 
     // One Dowsel per session: a second one shows the first one's window and leaves.
     QString busDetail;

@@ -1,4 +1,5 @@
 #include "platform/fake/MemoryPreferences.h"
+#include "ui/FallbackIcons.h"
 #include "ui/FileThumbnailView.h"
 #include "ui/FreedesktopThumbnailLoader.h"
 #include "ui/PopoverItemDelegate.h"
@@ -248,6 +249,26 @@ TEST_F(FreedesktopLoaderFixture, OddNamesAndNonImages)
     EXPECT_TRUE(FreedesktopThumbnailLoader::loadNow(text, 1, root()).isNull());
     EXPECT_TRUE(FreedesktopThumbnailLoader::loadNow(filePath("vanished.png"), 1, root()).isNull());
     EXPECT_TRUE(FreedesktopThumbnailLoader::loadNow(QFile::encodeName(dir.path()), 1, root()).isNull());
+}
+
+TEST(FallbackIcons, DrawWhereTheDesktopHasNoIconTheme)
+{
+    const QString theme = QIcon::themeName();
+    QIcon::setThemeName(QStringLiteral("no-such-theme"));
+    installFallbackIcons();
+    installFallbackIcons(); // once is enough; twice changes nothing
+    EXPECT_EQ(QIcon::fallbackSearchPaths().count(QStringLiteral(":/icons/fallback")), 1);
+    // The More menu's rows, a file type and the onboarding's check mark.
+    for (const char *name : {"user-trash", "edit-copy", "text-x-generic", "emblem-default"}) {
+        const QImage image = QIcon::fromTheme(QString::fromLatin1(name)).pixmap(24, 24).toImage();
+        ASSERT_FALSE(image.isNull()) << name;
+        int drawn = 0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                drawn += qAlpha(image.pixel(x, y)) > 0;
+        EXPECT_GT(drawn, 20) << name << " is blank";
+    }
+    QIcon::setThemeName(theme);
 }
 
 TEST(PopoverRows, ShowTheThumbnailServicesPictureOnceItComes)
