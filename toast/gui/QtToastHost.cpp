@@ -1,5 +1,6 @@
 #include "toast/gui/QtToastHost.h"
 
+#include "core/ByteCount.h"
 #include "input/gui/MoreMenuView.h"
 #include "input/gui/TimeInputView.h"
 #include "move/gui/MoveInputView.h"
@@ -19,6 +20,8 @@
 #include <QGuiApplication>
 #include <QLabel>
 #include <QMenu>
+#include <QProgressBar>
+#include <QVBoxLayout>
 #include <QScreen>
 #include <QTimer>
 
@@ -98,6 +101,7 @@ QtToastHost::~QtToastHost()
     delete m_shareMenu;
     delete m_folderDialog;
     delete m_notice;
+    delete m_progress;
 }
 
 void QtToastHost::bind(ToastController &controller)
@@ -402,6 +406,58 @@ void QtToastHost::showNotice(const QString &title, const QString &text)
         placeSurfacePanel(*panel, *current, topInset(), std::max(label->heightForWidth(width), 60));
     panel->orderFront();
     QTimer::singleShot(6000, panel, [this, panel] { fadeOut(panel); });
+}
+
+// MARK: Move progress
+
+void QtToastHost::showMoveProgress(const QString &fileName, qint64 copied, qint64 total)
+{
+    if (total <= 0)
+        return;
+    if (copied >= total) {
+        if (SurfacePanel *done = m_progress) {
+            m_progress = nullptr;
+            fadeOut(done);
+        }
+        return;
+    }
+    QLabel *label = nullptr;
+    QProgressBar *bar = nullptr;
+    if (!m_progress) {
+        auto *panel = new SurfacePanel(FloatingPanel::Role::display, QSize(qRound(panelgeometry::surfacePanelWidth), 64));
+        auto *content = new QWidget;
+        auto *layout = new QVBoxLayout(content);
+        layout->setContentsMargins(16, 10, 16, 12);
+        layout->setSpacing(8);
+        label = new QLabel;
+        label->setObjectName(QStringLiteral("moveProgressText"));
+        label->setFont(surfacestyle::font(12, QFont::Medium));
+        QPalette palette = label->palette();
+        palette.setColor(QPalette::WindowText, surfacestyle::primary());
+        label->setPalette(palette);
+        bar = new QProgressBar;
+        bar->setObjectName(QStringLiteral("moveProgressBar"));
+        bar->setTextVisible(false);
+        bar->setFixedHeight(6);
+        bar->setRange(0, 1000);
+        bar->setStyleSheet(QStringLiteral("QProgressBar { background: rgba(255, 255, 255, 0.14); border: none;"
+                                          " border-radius: 3px; } QProgressBar::chunk { background: rgb(52, 199, 89);"
+                                          " border-radius: 3px; }"));
+        layout->addWidget(label);
+        layout->addWidget(bar);
+        panel->setContent(content);
+        m_progress = panel;
+        if (QScreen *current = screen())
+            placeSurfacePanel(*panel, *current, topInset(), 64);
+        panel->orderFront();
+    } else {
+        label = m_progress->findChild<QLabel *>(QStringLiteral("moveProgressText"));
+        bar = m_progress->findChild<QProgressBar *>(QStringLiteral("moveProgressBar"));
+    }
+    if (label)
+        label->setText(tr("Moving %1: %2 of %3").arg(fileName, formatByteCount(copied), formatByteCount(total)));
+    if (bar)
+        bar->setValue(int(copied * 1000 / total));
 }
 
 // MARK: Practice hint

@@ -48,6 +48,10 @@ public:
     void closeSharePicker() override;
     void chooseFolder(FolderChoice onChoose) override;
     void showNotice(const QString &title, const QString &text) override;
+    // A long move to another drive goes on after the toast has closed: a slim panel at the
+    // island's place says how far it is, and goes when the copy is complete.
+    void showMoveProgress(const QString &fileName, qint64 copied, qint64 total);
+    SurfacePanel *moveProgressPanel() const { return m_progress; }
     void showHint(HintPhase phase) override;
     void hideHint() override;
 
@@ -92,6 +96,7 @@ private:
     std::optional<ShareTarget> m_chosenTarget;
     QPointer<QFileDialog> m_folderDialog;
     QPointer<SurfacePanel> m_notice;
+    QPointer<SurfacePanel> m_progress;
 };
 
 } // namespace dowsel

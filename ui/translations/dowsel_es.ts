@@ -498,6 +498,10 @@ No tienes que conservar este archivo — solo está aquí para la demostración.
         <source>Move Here</source>
         <translation>Mover aquí</translation>
     </message>
+    <message>
+        <source>Moving %1: %2 of %3</source>
+        <translation>Moviendo %1: %2 de %3</translation>
+    </message>
 </context>
 <context>
     <name>dowsel::SettingsPage</name>
