@@ -4,6 +4,7 @@
 
 #include <QImage>
 #include <QPainterPath>
+#include <QVariantAnimation>
 #include <QWidget>
 
 #include <array>
@@ -73,6 +74,7 @@ private:
     double middleRight(const QRectF &island) const;
     void layoutBadges();
     void setHovering(bool hovering);
+    void animatePress(double to);
     int badgeAt(QPointF widgetPoint) const;
     void paintIsland(QPainter &painter);
     void paintBadges(QPainter &painter);
@@ -82,6 +84,9 @@ private:
     Frame m_frame;
     bool m_isHovering = false;
     int m_pressedBadge = -1;
+    // The pressed badge eases down and back up over 0.08 s.
+    int m_pressAnimatedBadge = -1;
+    QVariantAnimation m_press;
     std::array<QRectF, badgeCount> m_badgeRects; // island coordinates
     QRectF m_customTimeRect;                     // the first badge with Alt held
     QRectF m_markTemporaryRect;                  // the first badge without
