@@ -58,6 +58,7 @@ ToastController::~ToastController()
     m_services.scheduler.cancel(m_countdownTask);
     m_services.scheduler.cancel(m_showTask);
     m_services.scheduler.cancel(m_actionDemoSurfaceWatchdog);
+    m_services.scheduler.cancel(m_recheckTimer);
 }
 
 // MARK: New files
@@ -149,30 +150,59 @@ void ToastController::recordsChanged()
         return;
     m_services.mainExecutor.post(whileAlive([this] {
         m_recheckQueued = false;
-        std::vector<std::pair<RecordId, RecordStamp>> joined;
-        const auto collect = [&](const std::vector<ToastEntry> &entries) {
-            for (const ToastEntry &entry : entries) {
-                if (const auto found = m_joinedAs.find(entry.id); found != m_joinedAs.end())
-                    joined.emplace_back(entry.id, found->second);
-            }
-        };
-        if (!m_isHiding)
-            collect(m_toastEntries);
-        collect(m_waitingEntries);
-        if (joined.empty())
-            return;
-        m_services.store.call(
-            [joined](TrackedFileStore &store) {
-                std::vector<RecordId> changed;
-                for (const auto &[id, stamp] : joined) {
-                    if (stampOf(store.record(id)) != stamp)
-                        changed.push_back(id);
-                }
-                return changed;
-            },
-            m_services.mainExecutor,
-            whileAlive([this](const std::vector<RecordId> &changed) { dropChangedEntries(changed); }));
+        recheckEntries();
     }));
+}
+
+// Reads the records of the toast's files again, one pass at a time and at most every
+// `recheckInterval`: a burst of downloads changes the store thousands of times, and the
+// toast then covers thousands of files.
+void ToastController::recheckEntries()
+{
+    if (m_recheckInFlight || m_recheckTimer != Scheduler::invalidTimer) {
+        m_recheckAgain = true;
+        return;
+    }
+    const Seconds sinceLast = m_services.clock.continuousNow() - m_lastRecheck;
+    if (sinceLast < recheckInterval) {
+        m_recheckTimer = m_services.scheduler.scheduleAfter(recheckInterval - sinceLast, m_services.mainExecutor,
+                                                            whileAlive([this] {
+                                                                m_recheckTimer = Scheduler::invalidTimer;
+                                                                m_recheckAgain = false;
+                                                                recheckEntries();
+                                                            }));
+        return;
+    }
+    m_recheckAgain = false;
+    std::vector<std::pair<RecordId, RecordStamp>> joined;
+    const auto collect = [&](const std::vector<ToastEntry> &entries) {
+        for (const ToastEntry &entry : entries) {
+            if (const auto found = m_joinedAs.find(entry.id); found != m_joinedAs.end())
+                joined.emplace_back(entry.id, found->second);
+        }
+    };
+    if (!m_isHiding)
+        collect(m_toastEntries);
+    collect(m_waitingEntries);
+    if (joined.empty())
+        return;
+    m_lastRecheck = m_services.clock.continuousNow();
+    m_recheckInFlight = true;
+    m_services.store.call(
+        [joined](TrackedFileStore &store) {
+            std::vector<RecordId> changed;
+            for (const auto &[id, stamp] : joined) {
+                if (stampOf(store.record(id)) != stamp)
+                    changed.push_back(id);
+            }
+            return changed;
+        },
+        m_services.mainExecutor, whileAlive([this](const std::vector<RecordId> &changed) {
+            m_recheckInFlight = false;
+            dropChangedEntries(changed);
+            if (std::exchange(m_recheckAgain, false))
+                recheckEntries();
+        }));
 }
 
 void ToastController::dropChangedEntries(const std::vector<RecordId> &changed)

@@ -65,6 +65,7 @@ public:
     static constexpr double topInsetCap = 14;
     static constexpr double topInsetFallback = 16;
     static constexpr qint64 progressStep = 4 << 20;
+    static constexpr Seconds recheckInterval = 0.5;
 
     explicit ToastController(Services services, QObject *parent = nullptr);
     ~ToastController() override;
@@ -190,6 +191,7 @@ private:
     void openToastWithNewEntries();
     void restartCountdownForNewFile();
     void finishHide();
+    void recheckEntries();
     void dropChangedEntries(const std::vector<RecordId> &changed);
     // Pauses the countdown for a surface. False when the countdown had already run out and
     // that ended the toast: the surface must not open.
@@ -235,6 +237,10 @@ private:
     std::vector<ToastEntry> m_waitingEntries;
     std::map<RecordId, RecordStamp> m_joinedAs;
     std::atomic<bool> m_recheckQueued = false;
+    bool m_recheckInFlight = false;
+    bool m_recheckAgain = false;
+    Seconds m_lastRecheck = -1e9;
+    Scheduler::TimerId m_recheckTimer = Scheduler::invalidTimer;
     std::vector<QByteArray> m_sharePaths;
     bool m_isOptionHeld = false;
     bool m_isOnboardingActive = false;

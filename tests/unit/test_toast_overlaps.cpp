@@ -140,6 +140,23 @@ TEST_F(ToastOverlaps, AKeepFromTheBusTakesTheFileOutOfTheToastAndSurvivesItsEnd)
     EXPECT_EQ(stateOf(folder), FileState::temporary);
 }
 
+TEST_F(ToastOverlaps, ABurstOfStoreChangesIsReadAtMostTwiceASecond)
+{
+    const RecordId kept = arrive("a.pdf");
+    arrive("b.pdf");
+    clock.advance(ToastController::showDelay + 1);
+    controller->recordsChanged(); // a pass that finds nothing changed
+    ASSERT_EQ(controller->toastEntries().size(), 2u);
+
+    records->markTemporary(kept, 3600);
+    for (int i = 0; i < 1000; ++i) // the processor's inserts during a burst
+        controller->recordsChanged();
+    EXPECT_EQ(controller->toastEntries().size(), 2u) << "the next pass waits its turn";
+    clock.advance(ToastController::recheckInterval);
+    ASSERT_EQ(controller->toastEntries().size(), 1u);
+    EXPECT_NE(controller->toastEntries()[0].id, kept);
+}
+
 TEST_F(ToastOverlaps, TheToastsEndLeavesARecordChangedElsewhereEvenBeforeItNotices)
 {
     const RecordId id = arrive("a.pdf");
