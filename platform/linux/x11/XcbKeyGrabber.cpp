@@ -232,6 +232,8 @@ void XcbKeyGrabber::releaseKeyboard()
     // keyboard.
     XcbReply<xcb_get_input_focus_reply_t> sync(
         xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
+    // Reading the reply may have queued events without waking the socket notifier.
+    QTimer::singleShot(0, m_notifier.get(), [this] { processEvents(); });
 }
 
 void XcbKeyGrabber::processEvents()
