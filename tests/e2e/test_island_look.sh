@@ -35,6 +35,7 @@ one_toast() { # NAME: shows a toast, samples its opening, waits, dismisses, samp
   OPEN_WORST=$(worst_frame 2)
   wait_for 10 island_shown || fail "no island for $1"
   wait_for 3 eval 'shoot && nothing_outside_island' || fail "something is drawn outside the island for $1"
+  badge_row "$E2E_ROOT/badges-$1.png"
   xdotool key Escape
   CLOSE_WORST=$(worst_frame 2)
   wait_for 5 toast_closed || fail "the toast for $1 stayed"
@@ -55,6 +56,21 @@ xdotool mousemove 640 600
 wait_for 10 state_is resting.pdf dismissed || fail "the countdown did not resume when the pointer left"
 wait_for 5 toast_closed || fail "the toast for resting.pdf stayed"
 pass "a pointer resting where the island opens pauses it; leaving resumes it"
+
+# In Spanish the island's badges speak Spanish too: the same row, other words.
+e2e_stop
+LANG=es_ES.UTF-8 LANGUAGE=es e2e_launch
+probe_focus
+xdotool mousemove 640 600
+echo x >"$D/informe.pdf"
+wait_for 10 island_shown || fail "no island in Spanish"
+wait_for 3 eval 'shoot && nothing_outside_island' || fail "the Spanish island did not settle"
+badge_row "$E2E_ROOT/spanish-badges.png"
+differing=$(compare -fuzz 5% -metric AE "$E2E_ROOT/badges-plain.pdf.png" "$E2E_ROOT/spanish-badges.png" null: 2>&1 || true)
+[ "${differing%%.*}" -gt 200 ] || fail "the island's badges are the English ones in Spanish ($differing pixels differ)"
+xdotool key Escape
+wait_for 5 toast_closed || fail "the Spanish toast stayed"
+pass "the island's badges follow the user's language"
 
 if command -v picom >/dev/null; then
   picom --backend xrender --shadow --shadow-radius 12 --shadow-opacity 0.9 >"$E2E_ROOT/picom.log" 2>&1 &
