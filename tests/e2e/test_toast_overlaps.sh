@@ -142,4 +142,18 @@ wait_for 5 grep -q "Super+Shift+O is held by another program" "$E2E_ROOT/dowsel.
 xdotool key super+shift+t
 wait_for 5 state_is grabbed.pdf temporary || fail "the other shortcuts stopped working"
 pass "a shortcut grabbed by another program after start is reported when the toast shows"
+
+# 7. A download that lands while the toast collapses gets a toast of its own right after.
+echo k >"$D/collapsing.pdf"
+wait_for 10 island_up || fail "no island for collapsing.pdf"
+xdotool key Escape
+sleep 0.2
+echo l >"$D/after-collapse.pdf"
+sleep 1.5 # past the old toast's fade and close
+wait_for 5 island_up || fail "the file that came while the toast collapsed got no toast"
+state_is collapsing.pdf dismissed || fail "Escape did not dismiss collapsing.pdf"
+state_is after-collapse.pdf unprocessed || fail "the late file was answered with the old toast: $(state_of after-collapse.pdf)"
+xdotool key Escape
+wait_for 5 state_is after-collapse.pdf dismissed || fail "the late file's own toast did not take Escape"
+pass "a download during the toast's collapse gets a new toast right after"
 e2e_stop
