@@ -1,6 +1,7 @@
 #include "input/TimeInputViewModel.h"
 
 #include <QCoreApplication>
+#include <QRegularExpression>
 
 #include <cmath>
 
@@ -32,11 +33,21 @@ std::optional<QString> TimeInputViewModel::expiryPreview(const QDateTime &now, c
     return expiryPreviewText(now, now.addMSecs(std::llround(m_parsed->interval * 1000)), locale);
 }
 
+// The locale's short time without seconds: some locales (C among them) put seconds in their
+// short format, and an expiry to the second reads as noise.
+QString timeWithoutSeconds(const QTime &time, const QLocale &locale)
+{
+    static const QRegularExpression seconds(QStringLiteral("[:.]?s{1,2}"));
+    QString format = locale.timeFormat(QLocale::ShortFormat);
+    format.remove(seconds);
+    return locale.toString(time, format.trimmed());
+}
+
 QString expiryPreviewText(const QDateTime &now, const QDateTime &expiry, const QLocale &locale)
 {
     const QDateTime localNow = now.toLocalTime();
     const QDateTime localExpiry = expiry.toLocalTime();
-    const QString time = locale.toString(localExpiry.time(), QLocale::ShortFormat);
+    const QString time = timeWithoutSeconds(localExpiry.time(), locale);
     const QDate day = localExpiry.date();
     if (day == localNow.date())
         return QCoreApplication::translate("TimeInputView", "Expires %1 today").arg(time);

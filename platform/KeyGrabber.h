@@ -37,6 +37,9 @@ public:
     // because another program already holds them.
     virtual std::vector<KeyCombination> grab(const std::vector<KeyCombination> &combinations) = 0;
     virtual void ungrabAll() = 0;
+    // Ungrabs everything and also ends a grab that a held shortcut has made active, so that
+    // a window of Dowsel that asks for the keyboard right after gets it.
+    virtual void releaseKeyboard() { ungrabAll(); }
 
     // Called on the main thread, from the event loop.
     std::function<void(KeyCombination)> onPressed;

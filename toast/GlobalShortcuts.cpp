@@ -189,11 +189,41 @@ void GlobalShortcuts::applyGrabs()
     const std::vector<KeyCombination> wanted = combinationsToGrab(m_context);
     if (wanted == m_grabbed)
         return;
-    if (wanted.empty())
+    if (wanted.empty()) {
         m_grabber.ungrabAll();
-    else
-        m_grabber.grab(wanted);
-    m_grabbed = wanted;
+        m_grabbed.clear();
+        return;
+    }
+    // Another program may have taken a combination since the last time (a hotkey daemon
+    // started after Dowsel): what fails now is reported like what failed at start.
+    const std::vector<KeyCombination> failed = m_grabber.grab(wanted);
+    m_grabbed.clear();
+    bool blockedChanged = false;
+    for (const KeyCombination &combination : wanted) {
+        const bool isBlocked = contains(failed, combination);
+        if (!isBlocked)
+            m_grabbed.push_back(combination);
+        if (isBlocked == contains(m_blocked, combination))
+            continue;
+        blockedChanged = true;
+        if (isBlocked) {
+            m_blocked.push_back(combination);
+            qCInfo(lcShortcuts).noquote() << "grab: " + shortcutText(combination) + " is held by another program";
+        } else {
+            std::erase(m_blocked, combination);
+            qCInfo(lcShortcuts).noquote() << "grab: " + shortcutText(combination) + " is free again";
+        }
+    }
+    if (blockedChanged && onBlockedChanged)
+        onBlockedChanged();
+}
+
+void GlobalShortcuts::releaseKeyboard()
+{
+    if (!m_installed)
+        return;
+    m_grabber.releaseKeyboard();
+    m_grabbed.clear();
 }
 
 void GlobalShortcuts::handlePress(KeyCombination combination)

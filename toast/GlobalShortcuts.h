@@ -70,8 +70,15 @@ public:
     // Call after every change of the toast's state; grabs or releases keys as needed.
     void update(const ShortcutContext &context);
 
+    // A surface of the toast is about to ask for the keyboard: every grab goes at once,
+    // including the one a shortcut still held down keeps active.
+    void releaseKeyboard();
+
     // Combinations that another program holds, as "Super+Shift+T"; they stay with that program.
+    // Checked at start and again each time the toast takes its shortcuts.
     QStringList blockedShortcuts() const;
+    // After the blocked list changed.
+    std::function<void()> onBlockedChanged;
 
     std::function<void(ShortcutAction)> onAction;
     std::function<void(bool isHeld)> onOptionHeldChanged;

@@ -14,50 +14,26 @@
 #include <QDateTime>
 #include <QStringList>
 
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 
 namespace dowsel {
 
-namespace {
-
-QString dateText(Date date)
+QString ToastController::dateText(Date date)
 {
     return QDateTime::fromMSecsSinceEpoch(qint64(date * 1000)).toString(Qt::ISODate);
 }
 
-// Creates `path` and its missing parents; returns the error, or an empty text.
-QString makeFolderPath(const QByteArray &path)
-{
-    for (qsizetype slash = path.indexOf('/', 1);; slash = path.indexOf('/', slash + 1)) {
-        const QByteArray prefix = slash < 0 ? path : path.left(slash);
-        struct stat st;
-        if (::mkdir(prefix.constData(), 0777) != 0 && errno != EEXIST)
-            return QString::fromLocal8Bit(std::strerror(errno));
-        if (::stat(prefix.constData(), &st) != 0 || !S_ISDIR(st.st_mode))
-            return QString::fromLocal8Bit(std::strerror(ENOTDIR));
-        if (slash < 0)
-            return {};
-    }
-}
-
-} // namespace
-
 struct ToastController::NewFileInfo {
     std::optional<TrackedFileStore::FileInfo> file;
     std::optional<Date> inheritedExpiry;
+    std::optional<RecordStamp> stamp;
 };
 
-template <class F>
-auto ToastController::whileAlive(F work)
+std::optional<ToastController::RecordStamp> ToastController::stampOf(const std::optional<TrackedFile> &record)
 {
-    return [alive = std::weak_ptr<int>(m_lifetime), work = std::move(work)](auto &&...args) mutable {
-        if (!alive.expired())
-            work(std::forward<decltype(args)>(args)...);
-    };
+    if (!record)
+        return std::nullopt;
+    return RecordStamp{record->state, record->markedTemporaryAt, record->expiresAt};
 }
 
 ToastController::ToastController(Services services, QObject *parent)
@@ -82,6 +58,7 @@ ToastController::~ToastController()
     m_services.scheduler.cancel(m_countdownTask);
     m_services.scheduler.cancel(m_showTask);
     m_services.scheduler.cancel(m_actionDemoSurfaceWatchdog);
+    m_services.scheduler.cancel(m_recheckTimer);
 }
 
 // MARK: New files
@@ -99,7 +76,7 @@ void ToastController::handleNewFile(RecordId id)
     const bool inheritExpiry = !m_isActionDemoActive && autoZipApplyEnabled(m_services.preferences);
     m_services.store.call(
         [id, inheritExpiry](TrackedFileStore &store) {
-            NewFileInfo info{store.fileInfo(id), std::nullopt};
+            NewFileInfo info{store.fileInfo(id), std::nullopt, stampOf(store.record(id))};
             if (info.file && inheritExpiry)
                 info.inheritedExpiry = store.inheritArchiveExpiry(id);
             return info;
@@ -124,18 +101,131 @@ void ToastController::continueNewFile(RecordId id, const NewFileInfo &info)
                                           + ", skipping toast";
         return;
     }
-    m_toastEntries.push_back({id, info.file->fileName, info.file->filePath, info.file->fileSize});
-    m_activeCountdownSeconds = m_isActionDemoActive ? demoCountdownSeconds : countdownTotal;
-    m_secondsRemaining = m_activeCountdownSeconds;
-    m_countdownDeadline = m_services.clock.now() + m_activeCountdownSeconds;
-    m_pausedRemaining.reset();
-    startCountdown();
+    const auto sameId = [id](const ToastEntry &entry) { return entry.id == id; };
+    if (std::any_of(m_toastEntries.begin(), m_toastEntries.end(), sameId)
+        || std::any_of(m_waitingEntries.begin(), m_waitingEntries.end(), sameId))
+        return; // announced twice: the toast already covers it
+    m_joinedAs[id] = info.stamp.value_or(RecordStamp{});
+    ToastEntry entry{id, info.file->fileName, info.file->filePath, info.file->fileSize};
+    if (m_isHiding) {
+        // The collapsing toast has answered for its own files already; this one gets a toast
+        // of its own as soon as that one is gone.
+        m_waitingEntries.push_back(std::move(entry));
+        return;
+    }
+    m_toastEntries.push_back(std::move(entry));
+    openToastWithNewEntries();
+}
+
+void ToastController::openToastWithNewEntries()
+{
+    restartCountdownForNewFile();
     showToast();
     refreshToast();
     if (m_isActionDemoActive) {
         m_hintVisible = true;
         m_services.host.showHint(m_demoPhase);
     }
+}
+
+// A new file gives the whole toast its full time again. While the countdown is paused (the
+// pointer on the island, an input, menu or dialog open) it stays paused: the new length
+// applies from the moment it resumes, never under an open input.
+void ToastController::restartCountdownForNewFile()
+{
+    m_activeCountdownSeconds = m_isActionDemoActive ? demoCountdownSeconds : countdownTotal;
+    m_secondsRemaining = m_activeCountdownSeconds;
+    m_countdownDeadline = m_services.clock.now() + m_activeCountdownSeconds;
+    if (m_pausedRemaining && m_state == DynamicIslandToastState::visible) {
+        m_pausedRemaining = Seconds(m_activeCountdownSeconds);
+        return;
+    }
+    m_pausedRemaining.reset();
+    startCountdown();
+}
+
+void ToastController::recordsChanged()
+{
+    if (m_recheckQueued.exchange(true))
+        return;
+    m_services.mainExecutor.post(whileAlive([this] {
+        m_recheckQueued = false;
+        recheckEntries();
+    }));
+}
+
+// Reads the records of the toast's files again, one pass at a time and at most every
+// `recheckInterval`: a burst of downloads changes the store thousands of times, and the
+// toast then covers thousands of files.
+void ToastController::recheckEntries()
+{
+    if (m_recheckInFlight || m_recheckTimer != Scheduler::invalidTimer) {
+        m_recheckAgain = true;
+        return;
+    }
+    const Seconds sinceLast = m_services.clock.continuousNow() - m_lastRecheck;
+    if (sinceLast < recheckInterval) {
+        m_recheckTimer = m_services.scheduler.scheduleAfter(recheckInterval - sinceLast, m_services.mainExecutor,
+                                                            whileAlive([this] {
+                                                                m_recheckTimer = Scheduler::invalidTimer;
+                                                                m_recheckAgain = false;
+                                                                recheckEntries();
+                                                            }));
+        return;
+    }
+    m_recheckAgain = false;
+    std::vector<std::pair<RecordId, RecordStamp>> joined;
+    const auto collect = [&](const std::vector<ToastEntry> &entries) {
+        for (const ToastEntry &entry : entries) {
+            if (const auto found = m_joinedAs.find(entry.id); found != m_joinedAs.end())
+                joined.emplace_back(entry.id, found->second);
+        }
+    };
+    if (!m_isHiding)
+        collect(m_toastEntries);
+    collect(m_waitingEntries);
+    if (joined.empty())
+        return;
+    m_lastRecheck = m_services.clock.continuousNow();
+    m_recheckInFlight = true;
+    m_services.store.call(
+        [joined](TrackedFileStore &store) {
+            std::vector<RecordId> changed;
+            for (const auto &[id, stamp] : joined) {
+                if (stampOf(store.record(id)) != stamp)
+                    changed.push_back(id);
+            }
+            return changed;
+        },
+        m_services.mainExecutor, whileAlive([this](const std::vector<RecordId> &changed) {
+            m_recheckInFlight = false;
+            dropChangedEntries(changed);
+            if (std::exchange(m_recheckAgain, false))
+                recheckEntries();
+        }));
+}
+
+void ToastController::dropChangedEntries(const std::vector<RecordId> &changed)
+{
+    bool leftToast = false;
+    for (const RecordId id : changed) {
+        std::erase_if(m_waitingEntries, [id](const ToastEntry &entry) { return entry.id == id; });
+        if (!m_isHiding)
+            leftToast |= std::erase_if(m_toastEntries, [id](const ToastEntry &entry) { return entry.id == id; }) > 0;
+        m_joinedAs.erase(id);
+        qCDebug(lcToast).noquote() << "recordsChanged: id=" + QString::number(id)
+                                          + " was acted on elsewhere, leaving the toast";
+    }
+    if (!leftToast)
+        return;
+    if (m_toastEntries.empty()) {
+        // Nothing left to answer for: the toast goes without touching any record.
+        if (isAnySurfaceOpen())
+            restoreFocus();
+        hideToast();
+        return;
+    }
+    refreshToast();
 }
 
 // MARK: Countdown
@@ -185,14 +275,8 @@ void ToastController::hoverChanged(bool isHovering)
     if (isHovering) {
         if (m_pausedRemaining)
             return;
-        const Seconds remaining = m_countdownDeadline - m_services.clock.now();
-        if (remaining <= 0) {
-            endCountdown();
+        if (!pauseCountdown() || !m_pausedRemaining)
             return;
-        }
-        m_pausedRemaining = remaining;
-        m_services.scheduler.cancel(m_countdownTask);
-        m_countdownTask = Scheduler::invalidTimer;
     } else {
         if (!m_pausedRemaining)
             return;
@@ -207,6 +291,23 @@ void ToastController::hoverChanged(bool isHovering)
         startCountdown();
     }
     refreshToast();
+}
+
+bool ToastController::pauseCountdown()
+{
+    if (m_state == DynamicIslandToastState::hidden)
+        return false;
+    if (m_pausedRemaining)
+        return true;
+    const Seconds remaining = m_countdownDeadline - m_services.clock.now();
+    if (remaining <= 0) {
+        endCountdown();
+        return m_state != DynamicIslandToastState::hidden;
+    }
+    m_pausedRemaining = remaining;
+    m_services.scheduler.cancel(m_countdownTask);
+    m_countdownTask = Scheduler::invalidTimer;
+    return true;
 }
 
 std::optional<double> ToastController::pausedProgress() const
@@ -232,6 +333,7 @@ void ToastController::showToast()
     }
     if (m_panel)
         m_panel->orderOut();
+    m_isHiding = false;
     m_panel = m_services.host.createToastPanel();
     m_state = DynamicIslandToastState::hidden;
     if (auto screen = m_services.host.placeToastPanel(*m_panel))
@@ -266,6 +368,7 @@ void ToastController::stopToast()
 void ToastController::hideToast()
 {
     stopToast();
+    m_isHiding = m_panel != nullptr;
     refreshToast();
     if (m_isActionDemoActive)
         concludeActionDemo();
@@ -279,14 +382,27 @@ void ToastController::hideToast()
             return;
         m_panel->fadeOut(fadeOutDuration);
         m_services.scheduler.scheduleAfter(closeDelay, m_services.mainExecutor, whileAlive([this, isStillHidden] {
-            if (!isStillHidden())
-                return;
-            m_panel->orderOut();
-            m_toastEntries.clear();
-            m_currentScreen.reset();
-            refreshToast();
+            if (isStillHidden())
+                finishHide();
         }));
     }));
+}
+
+void ToastController::finishHide()
+{
+    m_panel->orderOut();
+    m_isHiding = false;
+    m_toastEntries = std::exchange(m_waitingEntries, {});
+    std::erase_if(m_joinedAs, [this](const auto &joined) {
+        return std::none_of(m_toastEntries.begin(), m_toastEntries.end(),
+                            [id = joined.first](const ToastEntry &entry) { return entry.id == id; });
+    });
+    m_currentScreen.reset();
+    if (!m_toastEntries.empty()) {
+        openToastWithNewEntries(); // files that came while the old toast collapsed
+        return;
+    }
+    refreshToast();
 }
 
 // Unlike hideToast, the files are neither answered nor kept: the panel goes at once.
@@ -294,6 +410,9 @@ void ToastController::collapseToast()
 {
     stopToast();
     m_toastEntries.clear();
+    m_waitingEntries.clear();
+    m_joinedAs.clear();
+    m_isHiding = false;
     if (m_panel) {
         m_panel->orderOut();
         m_panel.reset();
@@ -328,6 +447,8 @@ void ToastController::closeSurfaceFlags()
         m_sharePaths.clear();
         m_services.host.closeSharePicker();
     }
+    // The folder dialog is the user's: it stays, and its answer finds the toast gone.
+    m_isFolderChooserVisible = false;
 }
 
 double ToastController::topInset() const
@@ -375,7 +496,8 @@ void ToastController::setOnboardingActive(bool active)
 
 bool ToastController::isAnySurfaceOpen() const
 {
-    return m_isMoveInputVisible || m_isTimeInputVisible || m_isMoreVisible || m_isSharePickerVisible;
+    return m_isMoveInputVisible || m_isTimeInputVisible || m_isMoreVisible || m_isSharePickerVisible
+           || m_isFolderChooserVisible;
 }
 
 // MARK: Covered files
@@ -404,429 +526,6 @@ QString ToastController::coveredNames() const
     for (const ToastEntry &entry : m_toastEntries)
         names << QLatin1Char('"') + displayText(entry.fileName) + QLatin1Char('"');
     return QLatin1Char('[') + names.join(QStringLiteral(", ")) + QLatin1Char(']');
-}
-
-void ToastController::markTemporaryIds(const std::vector<RecordId> &ids, std::optional<Seconds> duration)
-{
-    m_services.store.call(
-        [ids, duration](TrackedFileStore &store) {
-            std::vector<std::pair<RecordId, Date>> expiries;
-            for (const RecordId id : ids) {
-                if (const auto expiresAt = store.markTemporary(id, duration))
-                    expiries.emplace_back(id, *expiresAt);
-            }
-            return expiries;
-        },
-        m_services.mainExecutor,
-        [&cleanup = m_services.cleanupService](const std::vector<std::pair<RecordId, Date>> &expiries) {
-            for (const auto &[id, expiresAt] : expiries) {
-                cleanup.schedule(id, expiresAt);
-                qCDebug(lcToast).noquote() << "ToastController.markTemporary: scheduled cleanup for id="
-                                                      + QString::number(id) + " at " + dateText(expiresAt);
-            }
-        });
-}
-
-void ToastController::markDismissedIds(const std::vector<RecordId> &ids)
-{
-    m_services.store.send([ids](TrackedFileStore &store) {
-        for (const RecordId id : ids)
-            store.markDismissed(id);
-    });
-}
-
-// MARK: Actions
-
-void ToastController::markTemporary()
-{
-    const std::vector<RecordId> ids = coveredIds();
-    if (ids.empty())
-        return;
-    qCDebug(lcToast).noquote() << "ToastController.markTemporary: ids=" + QString::number(ids.size())
-                                          + " names=" + coveredNames();
-    markTemporaryIds(ids, std::nullopt);
-    if (m_isActionDemoActive)
-        m_demoMarkedTemporary = true;
-    hideToast();
-}
-
-void ToastController::dismissAll()
-{
-    markDismissedIds(coveredIds());
-    hideToast();
-}
-
-void ToastController::performDelete()
-{
-    const std::vector<RecordId> ids = coveredIds();
-    qCDebug(lcToast).noquote() << "ToastController.performDelete: trashing " + QString::number(ids.size())
-                                          + " file(s) " + coveredNames();
-    m_services.store.send([ids](TrackedFileStore &store) {
-        for (const RecordId id : ids)
-            store.deleteNow(id);
-    });
-    hideToast();
-}
-
-void ToastController::performOpen()
-{
-    const std::vector<QByteArray> paths = coveredPaths();
-    if (paths.empty()) {
-        hideToast();
-        return;
-    }
-    qCDebug(lcToast).noquote() << "ToastController.performOpen: opening " + QString::number(paths.size())
-                                          + " file(s) " + coveredNames();
-    for (const QByteArray &path : paths)
-        m_services.workspace.open(path);
-    markDismissedIds(coveredIds());
-    hideToast();
-}
-
-void ToastController::performCopy()
-{
-    const std::vector<QByteArray> paths = coveredPaths();
-    if (paths.empty()) {
-        hideToast();
-        return;
-    }
-    m_services.clipboard.setFiles(paths);
-    qCDebug(lcToast).noquote() << "ToastController.performCopy: copied " + QString::number(paths.size()) + " file(s) "
-                                          + coveredNames() + " — marking temporary";
-    markTemporary();
-}
-
-void ToastController::performMove(const QByteArray &folder)
-{
-    const std::vector<QByteArray> paths = coveredPaths();
-    if (paths.empty()) {
-        closeMoveInput();
-        hideToast();
-        return;
-    }
-    m_services.moveMRU.record(folder);
-    m_services.mover.move(paths, folder, whileAlive([&workspace = m_services.workspace](
-                                                        const std::vector<QByteArray> &targets) {
-                              workspace.reveal(targets);
-                          }));
-    markDismissedIds(coveredIds());
-    closeMoveInput();
-    hideToast();
-}
-
-void ToastController::openMoveInput()
-{
-    if (m_state == DynamicIslandToastState::hidden || m_isMoveInputVisible)
-        return;
-    m_isMoveInputVisible = true;
-    hoverChanged(true);
-    if (m_isActionDemoActive) {
-        m_hintVisible = false;
-        m_services.host.hideHint();
-    }
-    m_moveInputModel.reset(m_services.moveMRU.suggestions(3));
-    m_services.host.openSurface(ToastSurface::moveInput);
-    rememberFocus();
-    Q_EMIT changed();
-}
-
-void ToastController::moveQueryChanged(const QString &query)
-{
-    m_moveInputModel.setQuery(query);
-    m_moveInputModel.setResults(rankDestinations(
-        search(query, m_services.folderIndex.paths(), m_moveInputModel.homePath(), 3), m_services.moveMRU.paths()));
-    m_moveInputModel.clampSelection();
-}
-
-void ToastController::submitMove()
-{
-    if (const auto folder = m_moveInputModel.selectedURL())
-        performMove(*folder);
-}
-
-void ToastController::createFolderAndMove()
-{
-    const auto folder = m_moveInputModel.newFolderURL();
-    if (!folder)
-        return;
-    if (const QString error = makeFolderPath(*folder); !error.isEmpty()) {
-        printFailure(QStringLiteral("Failed to create folder ") + displayText(*folder) + QStringLiteral(": ") + error);
-        return;
-    }
-    performMove(*folder);
-}
-
-void ToastController::closeMoveInput()
-{
-    closeTextInput(m_isMoveInputVisible, ToastSurface::moveInput);
-}
-
-void ToastController::browseForFolder()
-{
-    if (!m_isMoveInputVisible)
-        return;
-    m_isMoveInputVisible = false;
-    m_services.host.closeSurface(ToastSurface::moveInput);
-    m_services.focus.activateSelf();
-    m_services.host.chooseFolder(whileAlive([this](const std::optional<QByteArray> &folder) {
-        restoreFocus();
-        if (folder) {
-            performMove(*folder);
-            return;
-        }
-        hoverChanged(false);
-    }));
-}
-
-// MARK: Share
-
-void ToastController::share()
-{
-    if (m_state == DynamicIslandToastState::hidden || isAnySurfaceOpen())
-        return;
-    if (!m_services.host.placeShareAnchor())
-        return;
-    const std::vector<QByteArray> paths = coveredPaths();
-    if (paths.empty()) {
-        hideToast();
-        return;
-    }
-    m_sharePaths = paths;
-    m_isSharePickerVisible = true;
-    hoverChanged(true);
-    rememberFocus();
-    m_services.host.showSharePicker(
-        m_services.shareTargets(),
-        whileAlive([this](const std::optional<ShareTarget> &target) { finishShare(target); }));
-    Q_EMIT changed();
-}
-
-void ToastController::finishShare(const std::optional<ShareTarget> &target)
-{
-    if (!m_isSharePickerVisible)
-        return;
-    m_isSharePickerVisible = false;
-    const std::vector<QByteArray> paths = std::exchange(m_sharePaths, {});
-    m_services.host.closeSharePicker();
-    if (target) {
-        if (const auto error = m_services.launcher.startDetached(target->program, target->arguments(paths))) {
-            // Nothing was shared, so nothing is set to expire: the toast stays.
-            printFailure(QStringLiteral("Failed to share ") + coveredNames() + QStringLiteral(": ") + *error);
-        } else {
-            qCDebug(lcToast).noquote() << "ToastController.finishShare: service chosen — marking "
-                                                  + QString::number(m_toastEntries.size()) + " file(s) temporary";
-            m_previouslyActiveApp.reset(); // the sharing program has the focus now
-            markTemporary();
-            return;
-        }
-    }
-    restoreFocus();
-    hoverChanged(false);
-}
-
-// MARK: Secondary surfaces
-
-void ToastController::rememberFocus()
-{
-    if (const auto window = m_services.focus.activeForeignWindow())
-        m_previouslyActiveApp = window;
-    m_services.focus.activateSelf();
-}
-
-void ToastController::restoreFocus()
-{
-    if (const auto window = std::exchange(m_previouslyActiveApp, std::nullopt))
-        m_services.focus.activate(*window);
-}
-
-void ToastController::showHintAfterSurfaceClosed()
-{
-    if (m_isActionDemoActive && m_state == DynamicIslandToastState::visible) {
-        m_hintVisible = true;
-        m_services.host.showHint(m_demoPhase);
-    }
-}
-
-void ToastController::closeTextInput(bool &flag, ToastSurface surface)
-{
-    if (!flag)
-        return;
-    flag = false;
-    hoverChanged(false);
-    showHintAfterSurfaceClosed();
-    restoreFocus();
-    m_services.host.closeSurface(surface);
-    Q_EMIT changed();
-}
-
-void ToastController::openTimeInput()
-{
-    if (m_state == DynamicIslandToastState::hidden || isAnySurfaceOpen())
-        return;
-    m_isTimeInputVisible = true;
-    hoverChanged(true);
-    if (m_isActionDemoActive) {
-        m_hintVisible = false;
-        m_services.host.hideHint();
-    }
-    m_timeInputModel.reset();
-    m_services.host.openSurface(ToastSurface::timeInput);
-    rememberFocus();
-    Q_EMIT changed();
-}
-
-void ToastController::submitTimeInput()
-{
-    const auto parsed = m_timeInputModel.parsed();
-    if (!parsed)
-        return;
-    const std::vector<RecordId> ids = coveredIds();
-    if (!ids.empty()) {
-        markTemporaryIds(ids, parsed->interval);
-        if (m_isActionDemoActive)
-            m_demoMarkedTemporary = true;
-    }
-    closeTimeInput();
-    if (!ids.empty())
-        hideToast();
-}
-
-void ToastController::closeTimeInput()
-{
-    closeTextInput(m_isTimeInputVisible, ToastSurface::timeInput);
-}
-
-void ToastController::openMoreMenu()
-{
-    if (m_state == DynamicIslandToastState::hidden || isAnySurfaceOpen())
-        return;
-    m_isMoreVisible = true;
-    hoverChanged(true);
-    if (m_isActionDemoActive) {
-        m_hintVisible = false;
-        m_services.host.hideHint();
-    }
-    m_moreMenuModel.setSelectedIndex(0);
-    m_services.host.openSurface(ToastSurface::moreMenu);
-    rememberFocus();
-    Q_EMIT changed();
-}
-
-void ToastController::closeMoreMenu(bool restoreFocusToo)
-{
-    if (!m_isMoreVisible)
-        return;
-    m_isMoreVisible = false;
-    hoverChanged(false);
-    showHintAfterSurfaceClosed();
-    if (restoreFocusToo)
-        restoreFocus();
-    m_services.host.closeSurface(ToastSurface::moreMenu);
-    Q_EMIT changed();
-}
-
-void ToastController::activateMoreSelection()
-{
-    if (const auto action = m_moreMenuModel.selectedAction())
-        runMoreAction(*action);
-}
-
-void ToastController::runMoreAction(MoreMenuItem::Action action)
-{
-    switch (action) {
-    case MoreMenuItem::Action::open:
-        closeMoreMenu();
-        performOpen();
-        break;
-    case MoreMenuItem::Action::shareAndDelete:
-        if (!m_services.host.placeShareAnchor())
-            return;
-        closeMoreMenu(false);
-        share();
-        break;
-    case MoreMenuItem::Action::copyAndDelete:
-        closeMoreMenu();
-        performCopy();
-        break;
-    case MoreMenuItem::Action::delete_:
-        closeMoreMenu();
-        performDelete();
-        break;
-    }
-}
-
-void ToastController::appDidResignActive()
-{
-    closeMoveInput();
-    closeTimeInput();
-    closeMoreMenu();
-}
-
-// MARK: Action demo
-
-void ToastController::startActionDemoToast(const QByteArray &practiceFilePath, bool isFirstRun,
-                                           std::function<void()> onConcluded)
-{
-    collapseToast();
-    setOnboardingActive(false);
-    m_isActionDemoActive = true;
-    m_actionDemoIsFirstRun = isFirstRun;
-    m_actionDemoFilePath = practiceFilePath;
-    m_actionDemoFileId.reset();
-    m_demoMarkedTemporary = false;
-    m_demoPhase = HintPhase::running;
-    m_onActionDemoConcluded = std::move(onConcluded);
-}
-
-void ToastController::armActionDemoWatchdog(Seconds delay, std::function<void()> onExpired)
-{
-    m_services.scheduler.cancel(m_actionDemoSurfaceWatchdog);
-    m_actionDemoSurfaceWatchdog = m_services.scheduler.scheduleAfter(
-        delay, m_services.mainExecutor, whileAlive([this, onExpired = std::move(onExpired)] {
-            m_actionDemoSurfaceWatchdog = Scheduler::invalidTimer;
-            if (m_isActionDemoActive && !m_actionDemoFileId)
-                onExpired();
-        }));
-}
-
-void ToastController::abortActionDemo()
-{
-    resetActionDemo();
-    closeHint();
-}
-
-void ToastController::closeHint()
-{
-    if (!m_hintVisible)
-        return;
-    m_hintVisible = false;
-    m_services.host.hideHint();
-}
-
-void ToastController::resetActionDemo()
-{
-    m_services.scheduler.cancel(m_actionDemoSurfaceWatchdog);
-    m_actionDemoSurfaceWatchdog = Scheduler::invalidTimer;
-    m_isActionDemoActive = false;
-    m_actionDemoIsFirstRun = false;
-    m_actionDemoFileId.reset();
-    m_actionDemoFilePath.clear();
-    m_onActionDemoConcluded = nullptr;
-}
-
-void ToastController::concludeActionDemo()
-{
-    m_isActionDemoActive = false;
-    m_services.scheduler.cancel(m_actionDemoSurfaceWatchdog);
-    m_actionDemoSurfaceWatchdog = Scheduler::invalidTimer;
-    m_actionDemoFileId.reset();
-    m_actionDemoFilePath.clear();
-    m_toastEntries.clear();
-    m_demoPhase = HintPhase::concluded;
-    if (m_hintVisible)
-        m_services.host.showHint(m_demoPhase);
-    if (m_actionDemoIsFirstRun && m_onActionDemoConcluded)
-        m_services.mainExecutor.post(whileAlive(m_onActionDemoConcluded));
 }
 
 } // namespace dowsel

@@ -12,7 +12,9 @@
 
 #include <QObject>
 
+#include <atomic>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -63,6 +65,7 @@ public:
     static constexpr double topInsetCap = 14;
     static constexpr double topInsetFallback = 16;
     static constexpr qint64 progressStep = 4 << 20;
+    static constexpr Seconds recheckInterval = 0.5;
 
     explicit ToastController(Services services, QObject *parent = nullptr);
     ~ToastController() override;
@@ -70,6 +73,10 @@ public:
     // The file processor's new-file callback: show or extend the toast, or record the file
     // without one.
     void handleNewFile(RecordId id);
+
+    // Any thread: the store committed a change. Files of the toast that something else acted
+    // on (the bus, the command line, the popover) since they joined leave the toast.
+    void recordsChanged();
 
     void showToast();
     void refreshToast();
@@ -142,7 +149,13 @@ public:
     bool isTimeInputVisible() const { return m_isTimeInputVisible; }
     bool isMoreVisible() const { return m_isMoreVisible; }
     bool isSharePickerVisible() const { return m_isSharePickerVisible; }
+    bool isFolderChooserVisible() const { return m_isFolderChooserVisible; }
+    // An input, menu or dialog of the toast is open: the countdown stays paused and the
+    // global shortcuts stand aside.
     bool isAnySurfaceOpen() const;
+    // The toast is collapsing; files that arrive now wait for the next toast.
+    bool isHiding() const { return m_isHiding; }
+    const std::vector<ToastEntry> &waitingEntries() const { return m_waitingEntries; }
     bool isOptionHeld() const { return m_isOptionHeld; }
     bool isOnboardingActive() const { return m_isOnboardingActive; }
     bool isActionDemoActive() const { return m_isActionDemoActive; }
@@ -164,13 +177,34 @@ Q_SIGNALS:
 
 private:
     struct NewFileInfo;
+    // What the toast knew of a record when the file joined it; a record that no longer
+    // matches was acted on elsewhere.
+    struct RecordStamp {
+        FileState state = FileState::unprocessed;
+        std::optional<Date> markedTemporaryAt;
+        std::optional<Date> expiresAt;
+        bool operator==(const RecordStamp &) const = default;
+    };
+    static QString dateText(Date date);
+    static std::optional<RecordStamp> stampOf(const std::optional<TrackedFile> &record);
     void continueNewFile(RecordId id, const NewFileInfo &info);
+    void openToastWithNewEntries();
+    void restartCountdownForNewFile();
+    void finishHide();
+    void recheckEntries();
+    void dropChangedEntries(const std::vector<RecordId> &changed);
+    // Pauses the countdown for a surface. False when the countdown had already run out and
+    // that ended the toast: the surface must not open.
+    bool pauseCountdown();
     void endCountdown();
     void stopToast();
     void tick();
     void closeSurfaceFlags();
     void markTemporaryIds(const std::vector<RecordId> &ids, std::optional<Seconds> duration);
     void markDismissedIds(const std::vector<RecordId> &ids);
+    // The toast's end: only records still as they were when their file joined are dismissed.
+    void dismissUnchanged();
+    void moveChosenFolder(const QByteArray &folder);
     void closeTextInput(bool &flag, ToastSurface surface);
     void rememberFocus();
     void restoreFocus();
@@ -198,6 +232,15 @@ private:
     bool m_isTimeInputVisible = false;
     bool m_isMoreVisible = false;
     bool m_isSharePickerVisible = false;
+    bool m_isFolderChooserVisible = false;
+    bool m_isHiding = false;
+    std::vector<ToastEntry> m_waitingEntries;
+    std::map<RecordId, RecordStamp> m_joinedAs;
+    std::atomic<bool> m_recheckQueued = false;
+    bool m_recheckInFlight = false;
+    bool m_recheckAgain = false;
+    Seconds m_lastRecheck = -1e9;
+    Scheduler::TimerId m_recheckTimer = Scheduler::invalidTimer;
     std::vector<QByteArray> m_sharePaths;
     bool m_isOptionHeld = false;
     bool m_isOnboardingActive = false;
@@ -223,5 +266,14 @@ private:
     // Timers and store replies hold this weakly and do nothing once the controller is gone.
     std::shared_ptr<int> m_lifetime = std::make_shared<int>(0);
 };
+
+template <class F>
+auto ToastController::whileAlive(F work)
+{
+    return [alive = std::weak_ptr<int>(m_lifetime), work = std::move(work)](auto &&...args) mutable {
+        if (!alive.expired())
+            work(std::forward<decltype(args)>(args)...);
+    };
+}
 
 } // namespace dowsel

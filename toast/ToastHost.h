@@ -5,6 +5,7 @@
 #include "toast/ToastEntry.h"
 
 #include <QByteArray>
+#include <QString>
 
 #include <functional>
 #include <memory>
@@ -82,6 +83,10 @@ public:
     // The folder chooser: directories only, one selection, new folders allowed, starting in
     // the home folder, prompt "Move Here", message "Choose a destination folder".
     virtual void chooseFolder(FolderChoice onChoose) = 0;
+
+    // Tells the user something went wrong after their action (a desktop notification, or
+    // where there is none, a line on the island's screen). `text` is already translated.
+    virtual void showNotice(const QString &title, const QString &text) = 0;
 
     // The practice hint under the toast during the action demo.
     virtual void showHint(HintPhase phase) = 0;

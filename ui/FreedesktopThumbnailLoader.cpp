@@ -30,33 +30,43 @@ QImage readScaled(QIODevice &device, int side)
     return image;
 }
 
-// The text chunks (tEXt, and zTXt for long values) before the image data of a PNG file. QImageReader folds "Thumb::URI"
-// keys into its own "key: value" text, so they are read here directly.
+// The text chunks of a PNG file (tEXt, zTXt and iTXt), wherever they are: the format allows
+// them after the image data, and some writers (ImageMagick) put them there. QImageReader
+// folds "Thumb::URI" keys into its own "key: value" text, so they are read here directly.
 QHash<QByteArray, QByteArray> pngTextChunks(const QByteArray &png)
 {
     QHash<QByteArray, QByteArray> texts;
     static const QByteArray signature("\x89PNG\r\n\x1a\n", 8);
     if (!png.startsWith(signature))
         return texts;
+    // zlib streams without their size: qUncompress takes the expected size only as a hint.
+    const auto inflate = [](const QByteArray &stream) { return qUncompress(QByteArray("\0\1\0\0", 4) + stream); };
     qsizetype offset = signature.size();
-    while (offset + 8 <= png.size()) {
+    while (offset + 12 <= png.size()) {
         const auto *header = reinterpret_cast<const uchar *>(png.constData() + offset);
         const quint32 length = quint32(header[0]) << 24 | quint32(header[1]) << 16 | quint32(header[2]) << 8 | header[3];
         const QByteArray type = png.mid(offset + 4, 4);
-        if (type == "IDAT" || type == "IEND" || length > quint32(png.size() - offset - 12))
+        if (type == "IEND" || length > quint32(png.size() - offset - 12))
             break;
-        if (type == "tEXt") {
-            const QByteArray data = png.mid(offset + 8, length);
-            const qsizetype separator = data.indexOf('\0');
-            if (separator > 0)
-                texts.insert(data.left(separator), data.mid(separator + 1));
-        } else if (type == "zTXt") {
-            const QByteArray data = png.mid(offset + 8, length);
-            const qsizetype separator = data.indexOf('\0');
-            // After the key: one byte of compression method (0, zlib), then the stream.
-            // qUncompress wants the expected size up front; it is only a hint.
-            if (separator > 0 && separator + 2 <= data.size())
-                texts.insert(data.left(separator), qUncompress(QByteArray("\0\1\0\0", 4) + data.mid(separator + 2)));
+        const QByteArray data = type == "IDAT" ? QByteArray() : png.mid(offset + 8, length);
+        const qsizetype separator = data.indexOf('\0');
+        if (separator > 0) {
+            const QByteArray key = data.left(separator);
+            if (type == "tEXt") {
+                texts.insert(key, data.mid(separator + 1));
+            } else if (type == "zTXt" && separator + 2 <= data.size()) {
+                // After the key: one byte of compression method (0, zlib), then the stream.
+                texts.insert(key, inflate(data.mid(separator + 2)));
+            } else if (type == "iTXt" && separator + 3 <= data.size()) {
+                // Key, compressed flag, method, language tag, translated key, then the text.
+                const bool compressed = data.at(separator + 1) != 0;
+                const qsizetype language = data.indexOf('\0', separator + 3);
+                const qsizetype translated = language < 0 ? -1 : data.indexOf('\0', language + 1);
+                if (translated >= 0) {
+                    const QByteArray text = data.mid(translated + 1);
+                    texts.insert(key, compressed ? inflate(text) : text);
+                }
+            }
         }
         offset += 12 + length;
     }

@@ -2,6 +2,7 @@
 
 #include "ui/PopoverListModel.h"
 #include "ui/PopoverStyle.h"
+#include "ui/ThumbnailCache.h"
 #include "ui/model/SettingsTexts.h"
 
 #include <QAbstractItemView>
@@ -77,8 +78,8 @@ void drawChevron(QPainter *painter, const QRectF &box, bool down, const QColor &
 
 } // namespace
 
-PopoverItemDelegate::PopoverItemDelegate(const Preferences &prefs, QObject *parent)
-    : QStyledItemDelegate(parent), m_prefs(prefs)
+PopoverItemDelegate::PopoverItemDelegate(const Preferences &prefs, ThumbnailCache *thumbnails, QObject *parent)
+    : QStyledItemDelegate(parent), m_prefs(prefs), m_thumbnails(thumbnails)
 {
 }
 
@@ -187,7 +188,23 @@ void PopoverItemDelegate::paintFile(QPainter *painter, const QStyleOptionViewIte
         painter->fillRect(row, popoverstyle::hoverBackground(palette));
 
     const QRect thumbnail(row.left() + inset, row.center().y() - thumbnailSize / 2, thumbnailSize, thumbnailSize);
-    iconFor(index).paint(painter, thumbnail);
+    const double scale = painter->device() ? painter->device()->devicePixelRatioF() : 1.0;
+    if (const QImage picture = thumbnailFor(index, scale); !picture.isNull()) {
+        const QSizeF fitted = QSizeF(picture.size()).scaled(QSizeF(thumbnail.size()), Qt::KeepAspectRatio);
+        const QRectF target(QPointF(thumbnail.center().x() + 0.5 - fitted.width() / 2,
+                                    thumbnail.center().y() + 0.5 - fitted.height() / 2),
+                            fitted);
+        QPainterPath clip;
+        clip.addRoundedRect(target, 4, 4);
+        painter->save();
+        painter->setRenderHint(QPainter::SmoothPixmapTransform);
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->setClipPath(clip, Qt::IntersectClip);
+        painter->drawImage(target, picture);
+        painter->restore();
+    } else {
+        iconFor(index).paint(painter, thumbnail);
+    }
 
     const bool temporary = kindOf(index) == RowKind::temporaryFile;
     int trailing = row.right() - inset;
@@ -263,6 +280,26 @@ void PopoverItemDelegate::paintMarkButton(QPainter *painter, const QStyleOptionV
     painter->setFont(popoverstyle::captionFont(option.font));
     painter->setPen(tint);
     painter->drawText(button.adjusted(6 + 10 + 4, 0, -6, 0), Qt::AlignLeft | Qt::AlignVCenter, markTemporaryText());
+}
+
+QImage PopoverItemDelegate::thumbnailFor(const QModelIndex &index, double scale) const
+{
+    const QByteArray path = index.data(PopoverListModel::FilePathRole).toByteArray();
+    if (!m_thumbnails || path.isEmpty() || index.data(PopoverListModel::FolderLikeRole).toBool())
+        return {};
+    const QByteArray key = ThumbnailCache::key(path, scale);
+    if (!m_asked.contains(key)) {
+        m_asked.insert(key);
+        // Answers at once from the cache, or later from the loader's worker.
+        const int side = qRound(thumbnailSize * std::max(scale, 1.0));
+        m_thumbnails->image(path, scale, this, [this, key, side](const QImage &image) {
+            m_rowPictures.insert(key, image.isNull() ? QImage()
+                                                     : image.scaled(side, side, Qt::KeepAspectRatio,
+                                                                    Qt::SmoothTransformation));
+            Q_EMIT const_cast<PopoverItemDelegate *>(this)->thumbnailArrived();
+        });
+    }
+    return m_rowPictures.value(key);
 }
 
 QIcon PopoverItemDelegate::iconFor(const QModelIndex &index) const

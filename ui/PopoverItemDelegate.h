@@ -2,18 +2,23 @@
 
 #include <QHash>
 #include <QIcon>
+#include <QImage>
+#include <QSet>
 #include <QStyledItemDelegate>
 
 namespace dowsel {
 
 class Preferences;
+class ThumbnailCache;
 
 // Draws the popover's rows and section headers and turns clicks on their parts into signals.
-// Nothing here touches the disk: icons come from the file name's type and the icon theme.
+// Nothing here touches the disk: a file's picture comes from the thumbnail service (off the
+// main thread), and until it has one, from the file name's type and the icon theme.
 class PopoverItemDelegate final : public QStyledItemDelegate {
     Q_OBJECT
 public:
-    explicit PopoverItemDelegate(const Preferences &prefs, QObject *parent = nullptr);
+    explicit PopoverItemDelegate(const Preferences &prefs, ThumbnailCache *thumbnails = nullptr,
+                                 QObject *parent = nullptr);
 
     // Where the clickable parts sit inside a row drawn with `font`.
     static QRect keepAllRect(const QRect &row, const QFont &font);
@@ -34,6 +39,8 @@ Q_SIGNALS:
     void revealClicked(int row);
     void menuClicked(int row, const QPoint &globalPosition);
     void markTemporaryClicked(int row);
+    // A row's picture has come: the view repaints.
+    void thumbnailArrived();
 
 private:
     void paintHeader(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
@@ -41,8 +48,13 @@ private:
     void paintCountdown(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
     void paintMarkButton(QPainter *painter, const QStyleOptionViewItem &option) const;
     QIcon iconFor(const QModelIndex &index) const;
+    // The row's thumbnail when one is known; asks for it once otherwise.
+    QImage thumbnailFor(const QModelIndex &index, double scale) const;
 
     const Preferences &m_prefs;
+    ThumbnailCache *m_thumbnails;
+    mutable QHash<QByteArray, QImage> m_rowPictures; // by thumbnail key; null: none to be had
+    mutable QSet<QByteArray> m_asked;
     mutable QHash<QString, QIcon> m_icons; // by icon name
 };
 

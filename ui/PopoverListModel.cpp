@@ -147,6 +147,8 @@ QVariant PopoverListModel::data(const QModelIndex &index, int role) const
         return file.sizeLabel();
     case FolderLikeRole:
         return file.isFolderLike();
+    case FilePathRole:
+        return file.filePath;
     default:
         break;
     }

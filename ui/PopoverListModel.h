@@ -26,6 +26,7 @@ public:
         IgnoredCountRole,   // ignored header
         ExpandedRole,       // ignored header
         FolderLikeRole,
+        FilePathRole, // QByteArray, the exact bytes of the path
     };
 
     explicit PopoverListModel(QObject *parent = nullptr);

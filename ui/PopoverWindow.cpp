@@ -70,7 +70,7 @@ PopoverWindow::PopoverWindow(PopoverServices services, QWidget *parent)
     : QWidget(parent, Qt::Popup | Qt::FramelessWindowHint),
       m_services(std::move(services)),
       m_model(new PopoverListModel(this)),
-      m_delegate(new PopoverItemDelegate(m_services.prefs, this)),
+      m_delegate(new PopoverItemDelegate(m_services.prefs, m_services.thumbnails, this)),
       m_ticker(new QTimer(this))
 {
     if (!m_services.reveal)
@@ -119,6 +119,7 @@ QWidget *PopoverWindow::buildFilesPage()
     m_list->setObjectName(QStringLiteral("fileList"));
     m_list->setModel(m_model);
     m_list->setItemDelegate(m_delegate);
+    connect(m_delegate, &PopoverItemDelegate::thumbnailArrived, m_list->viewport(), qOverload<>(&QWidget::update));
     m_list->setFrameShape(QFrame::NoFrame);
     m_list->setSelectionMode(QAbstractItemView::NoSelection);
     m_list->setEditTriggers(QAbstractItemView::NoEditTriggers);

@@ -14,6 +14,8 @@ class QTimer;
 
 namespace dowsel {
 
+class ThumbnailCache;
+
 class Clock;
 class PermissionsManager;
 class PopoverItemDelegate;
@@ -39,6 +41,8 @@ struct PopoverServices {
     std::function<void(const QByteArray &)> reveal;
     // The autostart entry behind the settings' "Start Dowsel at login"; none: no toggle.
     LoginItem *loginItem = nullptr;
+    // The pictures of the rows: the same service as the toast's. Null: icons only.
+    ThumbnailCache *thumbnails = nullptr;
 };
 
 // The 360 × 440 window under the tray icon: the temporary files with their countdowns, the

@@ -20,6 +20,7 @@
 #include "platform/linux/gui/FreedesktopNotifier.h"
 #include "toast/gui/ToastUi.h"
 #include "ui/FileManager.h"
+#include "ui/FallbackIcons.h"
 #include "ui/PopoverWindow.h"
 #include "ui/ThumbnailCache.h"
 #include "ui/Translations.h"
@@ -105,6 +106,7 @@ int runApplication(int argc, char *argv[])
     QApplication::setDesktopFileName(QStringLiteral("app.dowsel.Dowsel"));
     QApplication::setWindowIcon(applicationIcon());
     installTranslations(app);
+    installFallbackIcons();
 
     // One Dowsel per session: a second one shows the first one's window and leaves.
     QString busDetail;
@@ -181,10 +183,16 @@ int runApplication(int argc, char *argv[])
         .blockedShortcuts = [&shortcuts] { return shortcuts.blockedShortcuts(); },
         .reveal = {},
         .loginItem = &state.loginItem(),
+        .thumbnails = &ThumbnailCache::shared(),
     });
-    // The popover follows the store: every committed change asks it to read again.
-    state.trackedFileActor().call([&popover](TrackedFileStore &s) {
-        s.setChangeObserver([&popover] { popover.refresh(); });
+    // The popover and the toast follow the store: every committed change asks them to read
+    // again (a file kept from the bus leaves its toast).
+    ToastController &toastController = toastUi->controller();
+    state.trackedFileActor().call([&popover, &toastController](TrackedFileStore &s) {
+        s.setChangeObserver([&popover, &toastController] {
+            popover.refresh();
+            toastController.recordsChanged();
+        });
     }).wait();
 
     TrayIcon tray;

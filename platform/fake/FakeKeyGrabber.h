@@ -27,6 +27,11 @@ public:
     }
 
     void ungrabAll() override { grabbed.clear(); }
+    void releaseKeyboard() override
+    {
+        ++keyboardReleases;
+        grabbed.clear();
+    }
 
     bool isGrabbed(KeyCombination combination) const
     {
@@ -54,6 +59,7 @@ public:
     std::vector<KeyCombination> heldElsewhere;
     std::vector<KeyCombination> grabbed;
     int grabCalls = 0;
+    int keyboardReleases = 0;
 
 private:
     bool isHeldElsewhere(KeyCombination combination) const

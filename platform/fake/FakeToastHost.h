@@ -53,6 +53,7 @@ public:
     }
     void closeSharePicker() override { shareChoice = nullptr; }
     void chooseFolder(FolderChoice onChoose) override { folderChoice = std::move(onChoose); }
+    void showNotice(const QString &title, const QString &text) override { notices.push_back(title + ": " + text); }
     void showHint(HintPhase phase) override { hint = phase; }
     void hideHint() override { hint.reset(); }
 
@@ -65,6 +66,7 @@ public:
     ShareChoice shareChoice;
     FolderChoice folderChoice;
     std::optional<HintPhase> hint;
+    std::vector<QString> notices;
 };
 
 } // namespace dowsel

@@ -11,18 +11,12 @@ export XDG_RUNTIME_DIR="$E2E_ROOT/run"
 mkdir -p "$HOME/Downloads" "$XDG_CONFIG_HOME" "$XDG_DATA_HOME" "$XDG_RUNTIME_DIR"
 chmod 700 "$XDG_RUNTIME_DIR"
 unset DBUS_SESSION_BUS_ADDRESS WAYLAND_DISPLAY QT_QPA_PLATFORM
-
-# What Dowsel opens (a folder revealed after a move, a file opened) goes to a recorder, not to
-# whatever browser or file manager the machine has: xdg-open asks the test's own defaults.
-E2E_OPENED="$E2E_ROOT/opened.log"
-mkdir -p "$XDG_DATA_HOME/applications"
-printf '#!/bin/sh\nprintf "%%s\\n" "$@" >>"%s"\n' "$E2E_OPENED" >"$E2E_ROOT/opener"
-chmod +x "$E2E_ROOT/opener"
-printf '[Desktop Entry]\nType=Application\nName=Recorder\nExec=%s %%u\nMimeType=inode/directory;text/plain;\n' \
-  "$E2E_ROOT/opener" >"$XDG_DATA_HOME/applications/dowsel-e2e-opener.desktop"
-printf '[Default Applications]\ninode/directory=dowsel-e2e-opener.desktop\ntext/plain=dowsel-e2e-opener.desktop\n' \
-  >"$XDG_CONFIG_HOME/mimeapps.list"
-export BROWSER="$E2E_ROOT/opener"
+# Opening or revealing a file must not start the machine's browser or file manager in the
+# middle of a test: xdg-open only writes down what it was asked to open.
+mkdir -p "$E2E_ROOT/bin"
+printf '#!/bin/sh\nprintf "%%s\\n" "$*" >>"%s/opened.log"\n' "$E2E_ROOT" >"$E2E_ROOT/bin/xdg-open"
+chmod +x "$E2E_ROOT/bin/xdg-open"
+export PATH="$E2E_ROOT/bin:$PATH"
 
 E2E_PIDS=()
 e2e_cleanup() {

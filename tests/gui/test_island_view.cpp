@@ -262,6 +262,23 @@ TEST_F(HostFixture, AltSwapEasesOverAFewFrames)
     EXPECT_EQ(host.view().frame().optionSwap, 1.0);
 }
 
+TEST_F(HostFixture, WhileOnlyTheRingRunsFramesComeAboutOncePerPixelOfArc)
+{
+    host.show();
+    host.setInput(input(DynamicIslandToastState::visible, clock.now() + 7));
+    EXPECT_EQ(host.frameInterval(), 16) << "the island springs open at full rate";
+    for (int i = 0; i < 120; ++i)
+        host.advance(1.0 / 60);
+    ASSERT_EQ(host.view().frame().expansion, 1);
+    // A 26-point ring's arc moves by a pixel every 7 s / (26 π) ≈ 86 ms.
+    EXPECT_GE(host.frameInterval(), 60);
+    EXPECT_LE(host.frameInterval(), 120);
+    ToastViewInput held = input(DynamicIslandToastState::visible, clock.now() + 7);
+    held.isOptionHeld = true;
+    host.setInput(held);
+    EXPECT_EQ(host.frameInterval(), 16) << "the Alt swap eases at full rate";
+}
+
 TEST_F(IslandFixture, ToastPanelOrdersInAndOut)
 {
     QtToastPanel panel(clock, cache);

@@ -3,6 +3,7 @@
 #include "expiry/ExpirySettings.h"
 #include "ui/PermissionRow.h"
 #include "ui/SettingsPage.h"
+#include "toast/gui/DynamicIslandToastView.h"
 #include "ui/Translations.h"
 #include "ui/model/HelpDocuments.h"
 #include "ui/model/SettingsTexts.h"
@@ -309,6 +310,9 @@ TEST(Translations, SpanishTextsAreEmbeddedAndEnglishNeedsNone)
     EXPECT_EQ(QCoreApplication::translate("dowsel::PopoverItemDelegate", "Keep All"), QStringLiteral("Conservar todo"));
     EXPECT_EQ(displayName(ExpiryUnit::hours, 2), QStringLiteral("horas"));
     EXPECT_EQ(unitPickerLabel(ExpiryUnit::days, 1), QStringLiteral("Día"));
+    // The island's badges speak the same language as the rest.
+    EXPECT_EQ(DynamicIslandToastView::tr("Mark temporary"), QStringLiteral("Marcar temporal"));
+    EXPECT_EQ(DynamicIslandToastView::tr("Custom time…"), QStringLiteral("Otro plazo…"));
     qDeleteAll(app.findChildren<QTranslator *>());
     EXPECT_EQ(displayName(ExpiryUnit::hours, 2), QStringLiteral("hours"));
 }

@@ -161,8 +161,9 @@ TEST_F(TimeView, ShowsTheHintUntilTheTextParsesThenTheExpiry)
     QTest::keyClicks(&view.field(), QStringLiteral("h"));
     ASSERT_TRUE(model.parsed());
     EXPECT_EQ(queryChanges, 2);
-    const QString noon = QLocale().toString(QTime(12, 0), QLocale::ShortFormat);
-    EXPECT_EQ(view.statusText(), QStringLiteral("→ 2h · Expires ") + noon + QStringLiteral(" today"));
+    EXPECT_TRUE(view.statusText().startsWith(QStringLiteral("→ 2h · Expires 12"))) << view.statusText().toStdString();
+    EXPECT_TRUE(view.statusText().endsWith(QStringLiteral(" today")));
+    EXPECT_FALSE(view.statusText().contains(QStringLiteral(":00:00"))) << "an expiry needs no seconds";
 
     // The preview follows the clock at every render.
     clock.advance(13 * 3600);

@@ -1,9 +1,14 @@
+#include "platform/fake/MemoryPreferences.h"
+#include "ui/FallbackIcons.h"
 #include "ui/FileThumbnailView.h"
 #include "ui/FreedesktopThumbnailLoader.h"
+#include "ui/PopoverItemDelegate.h"
+#include "ui/PopoverListModel.h"
 #include "ui/ThumbnailCache.h"
 
 #include <QCryptographicHash>
 #include <QImageWriter>
+#include <QListView>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -148,7 +153,27 @@ struct FreedesktopLoaderFixture : ::testing::Test {
         ASSERT_TRUE(image.save(&file, "PNG"));
     }
 
-    void writeCachedThumbnail(const QByteArray &path, QColor color, qint64 mtime)
+    // Moves the text chunks of a PNG file behind its image data, where ImageMagick writes them.
+    static QByteArray textAfterImageData(const QByteArray &png)
+    {
+        QByteArray head = png.left(8), texts, tail;
+        for (qsizetype offset = 8; offset + 12 <= png.size();) {
+            const auto *h = reinterpret_cast<const uchar *>(png.constData() + offset);
+            const qsizetype length = qsizetype(h[0]) << 24 | qsizetype(h[1]) << 16 | qsizetype(h[2]) << 8 | h[3];
+            const QByteArray chunk = png.mid(offset, length + 12);
+            const QByteArray type = chunk.mid(4, 4);
+            if (type == "tEXt" || type == "zTXt" || type == "iTXt")
+                texts += chunk;
+            else if (type == "IEND")
+                tail = chunk;
+            else
+                head += chunk;
+            offset += length + 12;
+        }
+        return head + texts + tail;
+    }
+
+    void writeCachedThumbnail(const QByteArray &path, QColor color, qint64 mtime, bool textLast = false)
     {
         const QByteArray uri = FreedesktopThumbnailLoader::fileUri(path);
         const QByteArray folder = root() + "/large";
@@ -160,6 +185,14 @@ struct FreedesktopLoaderFixture : ::testing::Test {
                                               QCryptographicHash::hash(uri, QCryptographicHash::Md5).toHex() + ".png"),
                             "png");
         ASSERT_TRUE(writer.write(thumbnail));
+        if (textLast) {
+            QFile file(writer.fileName());
+            ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+            const QByteArray moved = textAfterImageData(file.readAll());
+            ASSERT_TRUE(moved.indexOf("tEXt") > moved.indexOf("IDAT"));
+            file.resize(0);
+            file.write(moved);
+        }
     }
 
     static qint64 mtimeOf(const QByteArray &path)
@@ -193,6 +226,12 @@ TEST_F(FreedesktopLoaderFixture, UsesAnUpToDateCachedThumbnailElseReadsTheImage)
 
     writeCachedThumbnail(photo, Qt::blue, mtimeOf(photo) - 100); // made before the file changed
     EXPECT_EQ(FreedesktopThumbnailLoader::loadNow(photo, 1, root()).pixelColor(10, 10), QColor(Qt::red));
+
+    // The URI and time written after the image data count just the same.
+    writeCachedThumbnail(photo, Qt::darkGreen, mtimeOf(photo), true);
+    EXPECT_EQ(FreedesktopThumbnailLoader::loadNow(photo, 1, root()).pixelColor(10, 10), QColor(Qt::darkGreen));
+    writeCachedThumbnail(photo, Qt::darkGreen, mtimeOf(photo) - 100, true);
+    EXPECT_EQ(FreedesktopThumbnailLoader::loadNow(photo, 1, root()).pixelColor(10, 10), QColor(Qt::red));
 }
 
 TEST_F(FreedesktopLoaderFixture, OddNamesAndNonImages)
@@ -210,6 +249,78 @@ TEST_F(FreedesktopLoaderFixture, OddNamesAndNonImages)
     EXPECT_TRUE(FreedesktopThumbnailLoader::loadNow(text, 1, root()).isNull());
     EXPECT_TRUE(FreedesktopThumbnailLoader::loadNow(filePath("vanished.png"), 1, root()).isNull());
     EXPECT_TRUE(FreedesktopThumbnailLoader::loadNow(QFile::encodeName(dir.path()), 1, root()).isNull());
+}
+
+TEST(FallbackIcons, DrawWhereTheDesktopHasNoIconTheme)
+{
+    const QString theme = QIcon::themeName();
+    QIcon::setThemeName(QStringLiteral("no-such-theme"));
+    installFallbackIcons();
+    installFallbackIcons(); // once is enough; twice changes nothing
+    EXPECT_EQ(QIcon::fallbackSearchPaths().count(QStringLiteral(":/icons/fallback")), 1);
+    // The More menu's rows, a file type and the onboarding's check mark.
+    for (const char *name : {"user-trash", "edit-copy", "text-x-generic", "emblem-default"}) {
+        const QImage image = QIcon::fromTheme(QString::fromLatin1(name)).pixmap(24, 24).toImage();
+        ASSERT_FALSE(image.isNull()) << name;
+        int drawn = 0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                drawn += qAlpha(image.pixel(x, y)) > 0;
+        EXPECT_GT(drawn, 20) << name << " is blank";
+    }
+    QIcon::setThemeName(theme);
+}
+
+TEST(PopoverRows, ShowTheThumbnailServicesPictureOnceItComes)
+{
+    ManualLoader loader;
+    ThumbnailCache cache(loader);
+    MemoryPreferences prefs;
+    PopoverListModel model;
+    TrackedFile shot;
+    shot.id = 1;
+    shot.filePath = "/home/u/Downloads/Screenshot 1.png";
+    shot.fileName = "Screenshot 1.png";
+    shot.state = FileState::dismissed;
+    shot.fileSize = 1234;
+    TrackedFile folder = shot;
+    folder.id = 2;
+    folder.filePath = "/home/u/Downloads/photos";
+    folder.fileName = "photos";
+    folder.fileSize = 0;
+    PopoverLists lists;
+    lists.ignoredFiles = {shot, folder};
+    model.setLists(lists, 0);
+    model.setIgnoredExpanded(true);
+
+    PopoverItemDelegate delegate(prefs, &cache);
+    QListView view;
+    view.setModel(&model);
+    view.setItemDelegate(&delegate);
+    view.resize(360, 300);
+    int arrivals = 0;
+    QObject::connect(&delegate, &PopoverItemDelegate::thumbnailArrived, [&arrivals] { ++arrivals; });
+
+    int row = -1;
+    for (int i = 0; i < model.rowCount(); ++i) {
+        if (model.index(i).data(Qt::DisplayRole).toString() == QStringLiteral("Screenshot 1.png"))
+            row = i;
+    }
+    ASSERT_GE(row, 0);
+    const auto thumbnailCentre = [&] {
+        const QRect rect = view.visualRect(model.index(row));
+        return QPoint(rect.left() + 12 + 14, rect.center().y());
+    };
+    QImage before = view.grab().toImage();
+    ASSERT_EQ(loader.requests.size(), 1u) << "one request for the file, none for the folder";
+    EXPECT_EQ(loader.requests[0].path, shot.filePath);
+    EXPECT_NE(before.pixelColor(thumbnailCentre()), QColor(Qt::red));
+
+    loader.finish(0, solid(Qt::red, 300));
+    EXPECT_EQ(arrivals, 1);
+    const QImage after = view.grab().toImage();
+    EXPECT_EQ(after.pixelColor(thumbnailCentre()), QColor(Qt::red)) << "the row shows the loader's picture";
+    EXPECT_EQ(loader.requests.size(), 1u) << "a picture is asked for once";
 }
 
 } // namespace

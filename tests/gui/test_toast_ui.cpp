@@ -1,5 +1,6 @@
 #include "../unit/StoreTestSupport.h"
 
+#include "core/ByteCount.h"
 #include "expiry/CleanupService.h"
 #include "input/gui/MoreMenuView.h"
 #include "input/gui/TimeInputView.h"
@@ -17,7 +18,9 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QLabel>
 #include <QLineEdit>
+#include <QProgressBar>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -310,6 +313,29 @@ TEST_F(ToastUiTest, BrowsingReplacesTheInputWithAFolderChooser)
     settle();
     EXPECT_TRUE(exists(QFile::encodeName(elsewhere.path()) + "/a.pdf"));
     EXPECT_EQ(controller().state(), DynamicIslandToastState::hidden);
+}
+
+TEST_F(ToastUiTest, ALongMoveShowsItsProgressAfterTheToastClosed)
+{
+    Q_EMIT controller().moveProgress(QStringLiteral("disk.iso"), 4 << 20, 16 << 20);
+    settle();
+    QPointer<SurfacePanel> panel = host().moveProgressPanel();
+    ASSERT_TRUE(panel);
+    EXPECT_TRUE(panel->isVisible());
+    auto *text = panel->findChild<QLabel *>(QStringLiteral("moveProgressText"));
+    auto *bar = panel->findChild<QProgressBar *>(QStringLiteral("moveProgressBar"));
+    ASSERT_TRUE(text && bar);
+    EXPECT_EQ(text->text(), QStringLiteral("Moving disk.iso: %1 of %2").arg(formatByteCount(4 << 20), formatByteCount(16 << 20)));
+    EXPECT_EQ(bar->value(), 250);
+
+    Q_EMIT controller().moveProgress(QStringLiteral("disk.iso"), 12 << 20, 16 << 20);
+    settle();
+    EXPECT_EQ(host().moveProgressPanel(), panel.data()) << "one panel, updated";
+    EXPECT_EQ(bar->value(), 750);
+
+    Q_EMIT controller().moveProgress(QStringLiteral("disk.iso"), 16 << 20, 16 << 20);
+    settle();
+    EXPECT_EQ(host().moveProgressPanel(), nullptr) << "a finished copy takes its progress away";
 }
 
 TEST_F(ToastUiTest, TheIslandsButtonsAndHoverReachTheControllerAndAltSwapsTheBadge)

@@ -155,6 +155,45 @@ TEST_F(ShortcutsFixture, CombinationsHeldByAnotherProgramAreReportedAndTheRestSt
     EXPECT_EQ(actions, (std::vector<ShortcutAction>{ShortcutAction::move}));
 }
 
+TEST_F(ShortcutsFixture, ACombinationTakenAfterStartIsReportedWhenTheToastNextShows)
+{
+    int reports = 0;
+    shortcuts.onBlockedChanged = [&reports] { ++reports; };
+    ASSERT_TRUE(shortcuts.installEventTap());
+    EXPECT_TRUE(shortcuts.blockedShortcuts().isEmpty());
+
+    grabber.heldElsewhere = {{ShortcutKey::O, superShift}}; // a hotkey daemon started later
+    shortcuts.update(toastUp);
+    EXPECT_EQ(shortcuts.blockedShortcuts(), QStringList{QStringLiteral("Super+Shift+O")});
+    EXPECT_EQ(reports, 1);
+    EXPECT_FALSE(grabber.press({ShortcutKey::O, superShift}));
+    EXPECT_TRUE(grabber.press({ShortcutKey::T, superShift}));
+
+    shortcuts.update(noToast);
+    shortcuts.update(toastUp); // still taken: nothing new to report
+    EXPECT_EQ(reports, 1);
+    shortcuts.update(noToast);
+    grabber.heldElsewhere.clear();
+    shortcuts.update(toastUp);
+    EXPECT_TRUE(shortcuts.blockedShortcuts().isEmpty());
+    EXPECT_EQ(reports, 2);
+    EXPECT_TRUE(grabber.press({ShortcutKey::O, superShift}));
+}
+
+TEST_F(ShortcutsFixture, ASurfaceTakingTheKeyboardReleasesEveryGrabFirst)
+{
+    ASSERT_TRUE(shortcuts.installEventTap());
+    shortcuts.update(toastUp);
+    shortcuts.releaseKeyboard(); // the share menu opened from Super+Shift+S, S still down
+    EXPECT_EQ(grabber.keyboardReleases, 1);
+    EXPECT_FALSE(grabber.press({ShortcutKey::Escape, NoModifier})) << "Escape must reach the menu";
+    const int grabsBefore = grabber.grabCalls;
+    shortcuts.update(panelOpen);
+    EXPECT_EQ(grabber.grabCalls, grabsBefore);
+    shortcuts.update(toastUp); // the menu closed without a choice
+    EXPECT_TRUE(grabber.press({ShortcutKey::Escape, NoModifier}));
+}
+
 TEST_F(ShortcutsFixture, WithoutAKeyHookNothingIsInstalled)
 {
     grabber.available = false;

@@ -98,7 +98,7 @@ TEST_F(ToastCountdown, EnteringAfterTheDeadlineDismissesInsteadOfPausing)
     EXPECT_EQ(stateOf(id), FileState::dismissed);
 }
 
-TEST_F(ToastCountdown, AFileArrivingWhileTheToastFadesGetsNoToastAndStaysUnprocessed)
+TEST_F(ToastCountdown, AFileArrivingWhileTheToastCollapsesGetsANewToastRightAfter)
 {
     const RecordId first = arrive("a.pdf");
     clock.advance(1);
@@ -106,18 +106,26 @@ TEST_F(ToastCountdown, AFileArrivingWhileTheToastFadesGetsNoToastAndStaysUnproce
     clock.advance(0.3);
     const RecordId late = arrive("late.pdf");
     clock.advance(ToastController::showDelay);
-    EXPECT_FALSE(isVisible()); // the fading panel is only repositioned
+    EXPECT_FALSE(isVisible()) << "the collapsing toast must not open again";
     EXPECT_EQ(host.panels.size(), 1u);
+    ASSERT_EQ(controller->toastEntries().size(), 1u) << "the late file must not join the answered toast";
+    EXPECT_EQ(controller->waitingEntries().size(), 1u);
 
     clock.advance(0.35); // past the close step, 0.62 s after the hide
-    EXPECT_FALSE(host.currentPanel()->onScreen);
-    EXPECT_TRUE(controller->toastEntries().empty());
+    EXPECT_FALSE(host.panels[0]->onScreen);
+    ASSERT_EQ(host.panels.size(), 2u);
+    EXPECT_TRUE(host.currentPanel()->onScreen);
+    clock.advance(ToastController::showDelay);
+    EXPECT_TRUE(isVisible());
+    ASSERT_EQ(controller->toastEntries().size(), 1u);
+    EXPECT_EQ(controller->toastEntries()[0].id, late);
+    EXPECT_EQ(controller->secondsRemaining(), 7);
+    EXPECT_TRUE(controller->waitingEntries().empty());
 
-    clock.advance(10); // the late file's countdown runs out on an empty list
-    EXPECT_FALSE(isVisible());
-    EXPECT_EQ(host.panels.size(), 1u);
+    clock.advance(7.1);
     EXPECT_EQ(stateOf(first), FileState::dismissed);
-    EXPECT_EQ(stateOf(late), FileState::unprocessed);
+    EXPECT_EQ(stateOf(late), FileState::dismissed);
+    EXPECT_FALSE(isVisible());
 }
 
 TEST_F(ToastCountdown, AFileASecondAfterAHideOpensANewToastOfItsOwn)

@@ -46,6 +46,18 @@ TEST(TimeInputViewModel, PreviewNamesTheCalendarDay)
               "Expires Mon, Nov 17 at " + shortTime);
 }
 
+TEST(TimeInputViewModel, PreviewShowsNoSeconds)
+{
+    // The C locale's short format has seconds; German writes the time with dots in some
+    // formats. Neither shows seconds in the preview.
+    EXPECT_EQ(expiryPreviewText(localTime(2025, 11, 14, 10, 0), localTime(2025, 11, 14, 12, 54), QLocale::c()),
+              "Expires 12:54 today");
+    const QString german = expiryPreviewText(localTime(2025, 11, 14, 10, 0), localTime(2025, 11, 14, 12, 54),
+                                             QLocale(QLocale::German, QLocale::Germany));
+    EXPECT_TRUE(german.contains(QStringLiteral("12:54")) || german.contains(QStringLiteral("12.54"))) << german.toStdString();
+    EXPECT_FALSE(german.contains(QStringLiteral(":00"))) << german.toStdString();
+}
+
 TEST(MoreMenuViewModel, SelectionClampsAtBothEndsAndNotifiesOnlyOnChange)
 {
     MoreMenuViewModel model;

@@ -3,9 +3,11 @@
 #include "platform/Time.h"
 #include "toast/IslandLayout.h"
 
+#include <QCursor>
 #include <QFile>
 
 #include <algorithm>
+#include <cmath>
 
 namespace dowsel {
 
@@ -52,11 +54,18 @@ void DynamicIslandToastHost::setInput(const ToastViewInput &input)
     m_thumbnail.follow(input.files.empty() ? QByteArray() : QFile::encodeName(input.files.front().filePath),
                        devicePixelRatioF());
     pushFrame();
+    if (m_frameTimer.isActive())
+        m_frameTimer.setInterval(frameInterval());
     startFrames();
 }
 
 void DynamicIslandToastHost::advance(double seconds)
 {
+    if (!isSpringing()) {
+        // Only the ring runs: redraw the ring alone.
+        pushRingProgress();
+        return;
+    }
     m_expansion.step(seconds);
     m_bump.step(seconds);
     const double swapTarget = m_input.isOptionHeld ? 1 : 0;
@@ -66,12 +75,25 @@ void DynamicIslandToastHost::advance(double seconds)
     pushFrame();
 }
 
-bool DynamicIslandToastHost::needsFrames() const
+bool DynamicIslandToastHost::isSpringing() const
 {
     const bool swapping = m_optionSwap != (m_input.isOptionHeld ? 1.0 : 0.0);
+    return !m_expansion.isSettled() || !m_bump.isSettled() || swapping;
+}
+
+bool DynamicIslandToastHost::needsFrames() const
+{
     const bool ringMoving = island::isRingMoving(m_input.countdownDeadline, m_input.pausedProgress,
                                                  m_input.state == DynamicIslandToastState::visible, m_clock.now());
-    return !m_expansion.isSettled() || !m_bump.isSettled() || swapping || (ringMoving && isVisible());
+    return isSpringing() || (ringMoving && isVisible());
+}
+
+int DynamicIslandToastHost::frameInterval() const
+{
+    if (isSpringing())
+        return frameMilliseconds;
+    const double circumference = M_PI * island::ringSize * devicePixelRatioF();
+    return std::clamp(int(m_input.countdownDuration * 1000 / circumference), frameMilliseconds, 250);
 }
 
 void DynamicIslandToastHost::startFrames()
@@ -79,15 +101,30 @@ void DynamicIslandToastHost::startFrames()
     if (m_frameTimer.isActive() || !needsFrames() || !isVisible())
         return;
     m_sinceLastFrame.start();
+    m_frameTimer.setInterval(frameInterval());
     m_frameTimer.start();
 }
 
 void DynamicIslandToastHost::onFrameTimer()
 {
     const double seconds = std::min(m_sinceLastFrame.restart() / 1000.0, 0.1);
+    const bool wasOpening = !m_expansion.isSettled() && m_animatedState == DynamicIslandToastState::visible;
     advance(seconds);
-    if (!needsFrames())
+    if (wasOpening && m_expansion.isSettled() && isVisible())
+        m_view->notePointerAt(QCursor::pos());
+    if (!needsFrames()) {
         m_frameTimer.stop();
+        return;
+    }
+    const int interval = frameInterval();
+    if (interval != m_frameTimer.interval())
+        m_frameTimer.setInterval(interval);
+}
+
+void DynamicIslandToastHost::pushRingProgress()
+{
+    m_view->setRingProgress(island::ringProgress(m_input.countdownDeadline, m_input.countdownDuration,
+                                                 m_input.pausedProgress, m_clock.now()));
 }
 
 void DynamicIslandToastHost::pushFrame()

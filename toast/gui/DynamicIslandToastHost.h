@@ -29,6 +29,9 @@ public:
     const QString &contentKey() const { return m_contentKey; }
     DynamicIslandToastState animatedState() const { return m_animatedState; }
     bool isAnimating() const { return m_frameTimer.isActive(); }
+    // Milliseconds between frames now: every 16 while a spring or the Alt swap moves, and
+    // while only the ring runs, the time its arc takes to move by about one pixel.
+    int frameInterval() const;
 
     // Moves every animation on by `seconds` and redraws: the frame timer's step, callable
     // by tests to walk through an animation without waiting.
@@ -47,7 +50,9 @@ private:
     void onFrameTimer();
     void startFrames();
     bool needsFrames() const;
+    bool isSpringing() const;
     void pushFrame();
+    void pushRingProgress();
 
     const Clock &m_clock;
     DynamicIslandToastView *m_view;

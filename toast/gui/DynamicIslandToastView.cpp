@@ -18,15 +18,31 @@ struct BadgeContent {
     QString label;
 };
 
-const BadgeContent markTemporaryBadge{{QStringLiteral("Super"), QStringLiteral("⇧"), QStringLiteral("T")},
-                                      QStringLiteral("Mark temporary")};
-const BadgeContent customTimeBadge{
-    {QStringLiteral("Super"), QStringLiteral("⇧"), QStringLiteral("Alt"), QStringLiteral("T")},
-    QStringLiteral("Custom time…")};
-const BadgeContent moveBadgeContent{{QStringLiteral("Super"), QStringLiteral("⇧"), QStringLiteral("M")},
-                                    QStringLiteral("Move")};
-const BadgeContent moreBadgeContent{{QStringLiteral("Super"), QStringLiteral("⇧"), QStringLiteral(".")},
-                                    QStringLiteral("More")};
+// Linux key names, the same on every badge and in the settings; the labels in the user's
+// language.
+QStringList keys(std::initializer_list<const char *> names)
+{
+    QStringList result;
+    for (const char *name : names)
+        result << QString::fromUtf8(name);
+    return result;
+}
+BadgeContent markTemporaryBadge()
+{
+    return {keys({"Super", "Shift", "T"}), DynamicIslandToastView::tr("Mark temporary")};
+}
+BadgeContent customTimeBadge()
+{
+    return {keys({"Super", "Shift", "Alt", "T"}), DynamicIslandToastView::tr("Custom time…")};
+}
+BadgeContent moveBadgeContent()
+{
+    return {keys({"Super", "Shift", "M"}), DynamicIslandToastView::tr("Move")};
+}
+BadgeContent moreBadgeContent()
+{
+    return {keys({"Super", "Shift", "."}), DynamicIslandToastView::tr("More")};
+}
 
 constexpr double badgeHeight = 20;
 constexpr double badgeSpacing = 5;
@@ -72,18 +88,19 @@ double badgeWidth(const BadgeContent &badge)
 
 // A capsule with the key caps and the label; brighter when it can be clicked. A `frame`
 // lower than the badge's height draws the whole badge scaled down into it.
-void paintBadge(QPainter &painter, const QRectF &frame, const BadgeContent &badge, bool interactive, bool pressed,
+// `press` runs from 0 (up) to 1 (held down): the badge dims to 0.75 and shrinks to 0.97.
+void paintBadge(QPainter &painter, const QRectF &frame, const BadgeContent &badge, bool interactive, double press,
                 double opacity)
 {
     painter.save();
-    painter.setOpacity(painter.opacity() * opacity * (pressed ? 0.75 : 1.0));
+    painter.setOpacity(painter.opacity() * opacity * (1 - 0.25 * press));
     const double scale = frame.height() / badgeHeight;
     painter.translate(frame.topLeft());
     painter.scale(scale, scale);
     const QRectF rect(0, 0, frame.width() / scale, badgeHeight);
-    if (pressed) {
+    if (press > 0) {
         painter.translate(rect.center());
-        painter.scale(0.97, 0.97);
+        painter.scale(1 - 0.03 * press, 1 - 0.03 * press);
         painter.translate(-rect.center());
     }
     const double radius = rect.height() / 2;
@@ -130,6 +147,11 @@ DynamicIslandToastView::DynamicIslandToastView(QWidget *parent) : QWidget(parent
 {
     setMouseTracking(true);
     setAttribute(Qt::WA_OpaquePaintEvent, false);
+    m_press.setDuration(80);
+    m_press.setEasingCurve(QEasingCurve::OutQuad);
+    m_press.setStartValue(0.0);
+    m_press.setEndValue(0.0);
+    connect(&m_press, &QVariantAnimation::valueChanged, this, [this] { update(); });
 }
 
 void DynamicIslandToastView::setFrame(Frame frame)
@@ -137,6 +159,14 @@ void DynamicIslandToastView::setFrame(Frame frame)
     m_frame = std::move(frame);
     layoutBadges();
     update();
+}
+
+void DynamicIslandToastView::setRingProgress(double progress)
+{
+    if (progress == m_frame.ringProgress)
+        return;
+    m_frame.ringProgress = progress;
+    update(islandTransform().mapRect(ringRect(islandRect())).toAlignedRect().adjusted(-2, -2, 2, 2));
 }
 
 QRectF DynamicIslandToastView::islandRect() const
@@ -175,22 +205,22 @@ void DynamicIslandToastView::layoutBadges()
 
     // The row must end before the ring, whatever the fonts: when it is too long it is drawn
     // smaller, by the same factor with Alt held or not, so that it never jumps.
-    const double widestKeep = std::max(badgeWidth(markTemporaryBadge), badgeWidth(customTimeBadge));
+    const double widestKeep = std::max(badgeWidth(markTemporaryBadge()), badgeWidth(customTimeBadge()));
     const double rowWidth =
-        widestKeep + badgeWidth(moveBadgeContent) + badgeWidth(moreBadgeContent) + 2 * badgeSpacing;
+        widestKeep + badgeWidth(moveBadgeContent()) + badgeWidth(moreBadgeContent()) + 2 * badgeSpacing;
     const double scale = std::min(1.0, (middleRight(rect) - x) / rowWidth);
     const double top = y + badgeHeight * (1 - scale) / 2;
     const auto badgeFrame = [&](const BadgeContent &badge) {
         return QRectF(x, top, badgeWidth(badge) * scale, badgeHeight * scale);
     };
-    const BadgeContent &keep = m_frame.input.isOptionHeld ? customTimeBadge : markTemporaryBadge;
+    const BadgeContent keep = m_frame.input.isOptionHeld ? customTimeBadge() : markTemporaryBadge();
     m_badgeRects[keepBadge] = badgeFrame(keep);
-    m_customTimeRect = badgeFrame(customTimeBadge);
-    m_markTemporaryRect = badgeFrame(markTemporaryBadge);
+    m_customTimeRect = badgeFrame(customTimeBadge());
+    m_markTemporaryRect = badgeFrame(markTemporaryBadge());
     x = m_badgeRects[keepBadge].right() + badgeSpacing * scale;
-    m_badgeRects[moveBadge] = badgeFrame(moveBadgeContent);
+    m_badgeRects[moveBadge] = badgeFrame(moveBadgeContent());
     x = m_badgeRects[moveBadge].right() + badgeSpacing * scale;
-    m_badgeRects[moreBadge] = badgeFrame(moreBadgeContent);
+    m_badgeRects[moreBadge] = badgeFrame(moreBadgeContent());
 }
 
 QRectF DynamicIslandToastView::ringRect(const QRectF &island) const
@@ -252,13 +282,13 @@ void DynamicIslandToastView::paintIsland(QPainter &painter)
 void DynamicIslandToastView::paintBadges(QPainter &painter)
 {
     const double swap = std::clamp(m_frame.optionSwap, 0.0, 1.0);
-    const bool pressedKeep = m_pressedBadge == keepBadge;
+    const auto press = [this](int badge) { return badge == m_pressAnimatedBadge ? m_press.currentValue().toDouble() : 0.0; };
     if (swap < 1)
-        paintBadge(painter, m_markTemporaryRect, markTemporaryBadge, m_isHovering, pressedKeep, 1 - swap);
+        paintBadge(painter, m_markTemporaryRect, markTemporaryBadge(), m_isHovering, press(keepBadge), 1 - swap);
     if (swap > 0)
-        paintBadge(painter, m_customTimeRect, customTimeBadge, m_isHovering, pressedKeep, swap);
-    paintBadge(painter, m_badgeRects[moveBadge], moveBadgeContent, m_isHovering, m_pressedBadge == moveBadge, 1);
-    paintBadge(painter, m_badgeRects[moreBadge], moreBadgeContent, m_isHovering, m_pressedBadge == moreBadge, 1);
+        paintBadge(painter, m_customTimeRect, customTimeBadge(), m_isHovering, press(keepBadge), swap);
+    paintBadge(painter, m_badgeRects[moveBadge], moveBadgeContent(), m_isHovering, press(moveBadge), 1);
+    paintBadge(painter, m_badgeRects[moreBadge], moreBadgeContent(), m_isHovering, press(moreBadge), 1);
 }
 
 void DynamicIslandToastView::paintRing(QPainter &painter, const QRectF &rect) const
@@ -317,6 +347,12 @@ void DynamicIslandToastView::setHovering(bool hovering)
         actions.onHoverChanged(hovering);
 }
 
+void DynamicIslandToastView::notePointerAt(QPoint globalPosition)
+{
+    if (!m_isHovering && islandOutline().contains(QPointF(mapFromGlobal(globalPosition))))
+        setHovering(true);
+}
+
 void DynamicIslandToastView::mouseMoveEvent(QMouseEvent *event)
 {
     setHovering(islandOutline().contains(event->position()));
@@ -331,13 +367,28 @@ void DynamicIslandToastView::mousePressEvent(QMouseEvent *event)
 {
     setHovering(islandOutline().contains(event->position()));
     m_pressedBadge = m_isHovering && event->button() == Qt::LeftButton ? badgeAt(event->position()) : -1;
+    if (m_pressedBadge >= 0) {
+        m_pressAnimatedBadge = m_pressedBadge;
+        animatePress(1);
+    }
     update();
+}
+
+void DynamicIslandToastView::animatePress(double to)
+{
+    const double from = m_press.currentValue().toDouble();
+    m_press.stop();
+    m_press.setStartValue(from);
+    m_press.setEndValue(to);
+    m_press.start();
 }
 
 void DynamicIslandToastView::mouseReleaseEvent(QMouseEvent *event)
 {
     const int pressed = m_pressedBadge;
     m_pressedBadge = -1;
+    if (pressed >= 0)
+        animatePress(0);
     update();
     if (pressed < 0 || !m_isHovering || badgeAt(event->position()) != pressed)
         return;

@@ -4,6 +4,7 @@
 
 #include <QImage>
 #include <QPainterPath>
+#include <QVariantAnimation>
 #include <QWidget>
 
 #include <array>
@@ -44,10 +45,15 @@ public:
     explicit DynamicIslandToastView(QWidget *parent = nullptr);
 
     void setFrame(Frame frame);
+    // Only the ring moved: repaints the ring's square and nothing else.
+    void setRingProgress(double progress);
     const Frame &frame() const { return m_frame; }
     ToastViewActions actions;
 
     bool isHovering() const { return m_isHovering; }
+    // The island has just opened: a pointer already resting where it appeared counts as
+    // hovering, though it has not moved (no enter event comes then).
+    void notePointerAt(QPoint globalPosition);
     // The island's outline as drawn now, in widget coordinates.
     QPainterPath islandOutline() const;
 
@@ -68,6 +74,7 @@ private:
     double middleRight(const QRectF &island) const;
     void layoutBadges();
     void setHovering(bool hovering);
+    void animatePress(double to);
     int badgeAt(QPointF widgetPoint) const;
     void paintIsland(QPainter &painter);
     void paintBadges(QPainter &painter);
@@ -77,6 +84,9 @@ private:
     Frame m_frame;
     bool m_isHovering = false;
     int m_pressedBadge = -1;
+    // The pressed badge eases down and back up over 0.08 s.
+    int m_pressAnimatedBadge = -1;
+    QVariantAnimation m_press;
     std::array<QRectF, badgeCount> m_badgeRects; // island coordinates
     QRectF m_customTimeRect;                     // the first badge with Alt held
     QRectF m_markTemporaryRect;                  // the first badge without

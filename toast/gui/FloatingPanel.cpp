@@ -53,6 +53,8 @@ void FloatingPanel::orderOut()
 void FloatingPanel::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
+    if (QWindow *window = windowHandle(); window && m_translucent)
+        x11::drawWithoutShadow(*window);
     if (m_role == Role::keyboard) {
         if (QWindow *window = windowHandle())
             x11::keepOnAllDesktopsAndAbove(*window);

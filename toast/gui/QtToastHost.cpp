@@ -1,5 +1,6 @@
 #include "toast/gui/QtToastHost.h"
 
+#include "core/ByteCount.h"
 #include "input/gui/MoreMenuView.h"
 #include "input/gui/TimeInputView.h"
 #include "move/gui/MoveInputView.h"
@@ -7,14 +8,20 @@
 #include "toast/ToastController.h"
 #include "toast/gui/PanelPlacement.h"
 #include "toast/gui/QtToastPanel.h"
+#include "platform/linux/x11/X11Desktop.h"
 #include "toast/gui/SurfaceStyle.h"
 
 #include <QCursor>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
 #include <QDir>
 #include <QFileDialog>
 #include <QGuiApplication>
 #include <QLabel>
 #include <QMenu>
+#include <QProgressBar>
+#include <QVBoxLayout>
 #include <QScreen>
 #include <QTimer>
 
@@ -53,6 +60,30 @@ QWidget *defaultHintContent(HintPhase phase)
     return label;
 }
 
+// The share menu sits under the dark island and beside the dark inputs: it is dark too.
+void styleLikeThePanels(QMenu &menu)
+{
+    const auto rgba = [](const QColor &color) {
+        return QStringLiteral("rgba(%1, %2, %3, %4)")
+            .arg(color.red())
+            .arg(color.green())
+            .arg(color.blue())
+            .arg(color.alphaF());
+    };
+    const bool rounded = x11::hasCompositor();
+    if (rounded)
+        menu.setAttribute(Qt::WA_TranslucentBackground);
+    menu.setFont(surfacestyle::font(13, QFont::Normal));
+    menu.setStyleSheet(QStringLiteral("QMenu { background: %1; color: %2; border: 1px solid %3; border-radius: %4px;"
+                                      " padding: 6px; }"
+                                      " QMenu::item { padding: 7px 22px 7px 10px; border-radius: 6px; }"
+                                      " QMenu::item:selected { background: %5; }"
+                                      " QMenu::item:disabled { color: %6; }")
+                           .arg(rgba(surfacestyle::panelBackground()), rgba(surfacestyle::primary()),
+                                rgba(surfacestyle::primary(0.12)), QString::number(rounded ? 12 : 0),
+                                rgba(surfacestyle::primary(0.14)), rgba(surfacestyle::secondary())));
+}
+
 } // namespace
 
 QtToastHost::QtToastHost(const Clock &clock, ThumbnailCache &thumbnails, QObject *parent)
@@ -69,6 +100,8 @@ QtToastHost::~QtToastHost()
     delete m_hint;
     delete m_shareMenu;
     delete m_folderDialog;
+    delete m_notice;
+    delete m_progress;
 }
 
 void QtToastHost::bind(ToastController &controller)
@@ -154,6 +187,7 @@ void QtToastHost::openSurface(ToastSurface surface)
     if (!m_controller)
         return;
     closeSurface(surface);
+    releaseKeyboard();
     auto *panel = new SurfacePanel(FloatingPanel::Role::keyboard,
                                    surface == ToastSurface::moreMenu ? moreMenuPanelSize : inputPanelSize);
     panel->setContent(createView(surface));
@@ -179,6 +213,12 @@ void QtToastHost::closeSurface(ToastSurface surface)
     if (m_keyPanel == panel)
         m_keyPanel = nullptr;
     fadeOut(panel);
+}
+
+void QtToastHost::releaseKeyboard()
+{
+    if (beforeTakingKeyboard)
+        beforeTakingKeyboard();
 }
 
 void QtToastHost::fadeOut(SurfacePanel *panel)
@@ -269,8 +309,10 @@ void QtToastHost::showSharePicker(const std::vector<ShareTarget> &targets, Share
         return;
     const QRect anchor = *m_shareAnchor;
     m_shareChoice = std::move(onChoose);
+    releaseKeyboard();
     auto *menu = new QMenu;
     m_shareMenu = menu;
+    styleLikeThePanels(*menu);
     for (const ShareTarget &target : targets) {
         QAction *action = menu->addAction(QIcon::fromTheme(target.icon), target.title);
         connect(action, &QAction::triggered, this, [this, target] { m_chosenTarget = target; });
@@ -310,9 +352,13 @@ void QtToastHost::closeSharePicker()
 void QtToastHost::chooseFolder(FolderChoice onChoose)
 {
     delete m_folderDialog;
+    releaseKeyboard();
     auto *dialog = new QFileDialog(nullptr, tr("Choose a destination folder"), QDir::homePath());
     m_folderDialog = dialog;
     dialog->setAttribute(Qt::WA_DeleteOnClose);
+    // Modal to the whole application, above the toast, until the user answers.
+    dialog->setWindowModality(Qt::ApplicationModal);
+    dialog->setWindowFlag(Qt::WindowStaysOnTopHint);
     dialog->setFileMode(QFileDialog::Directory);
     dialog->setOption(QFileDialog::ShowDirsOnly);
     dialog->setLabelText(QFileDialog::Accept, tr("Move Here"));
@@ -326,6 +372,92 @@ void QtToastHost::chooseFolder(FolderChoice onChoose)
     dialog->show();
     dialog->raise();
     dialog->activateWindow();
+}
+
+// MARK: Notices
+
+void QtToastHost::showNotice(const QString &title, const QString &text)
+{
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    const QString service = QStringLiteral("org.freedesktop.Notifications");
+    if (bus.isConnected() && bus.interface()->isServiceRegistered(service)) {
+        QDBusMessage notify = QDBusMessage::createMethodCall(service, QStringLiteral("/org/freedesktop/Notifications"),
+                                                             service, QStringLiteral("Notify"));
+        notify << QStringLiteral("Dowsel") << 0u << QStringLiteral("dialog-warning") << title << text << QStringList()
+               << QVariantMap() << 8000;
+        bus.asyncCall(notify);
+        return;
+    }
+    // No notification server (a bare window manager): a panel under the island says it.
+    delete m_notice;
+    auto *panel = new SurfacePanel(FloatingPanel::Role::display, hintPanelSize);
+    m_notice = panel;
+    auto *label = new QLabel(QStringLiteral("<b>%1</b><br>%2").arg(title.toHtmlEscaped(), text.toHtmlEscaped()));
+    label->setWordWrap(true);
+    label->setAlignment(Qt::AlignCenter);
+    label->setMargin(18);
+    label->setFont(surfacestyle::font(13, QFont::Medium));
+    QPalette palette = label->palette();
+    palette.setColor(QPalette::WindowText, surfacestyle::primary());
+    label->setPalette(palette);
+    panel->setContent(label);
+    const int width = qRound(panelgeometry::surfacePanelWidth);
+    if (QScreen *current = screen())
+        placeSurfacePanel(*panel, *current, topInset(), std::max(label->heightForWidth(width), 60));
+    panel->orderFront();
+    QTimer::singleShot(6000, panel, [this, panel] { fadeOut(panel); });
+}
+
+// MARK: Move progress
+
+void QtToastHost::showMoveProgress(const QString &fileName, qint64 copied, qint64 total)
+{
+    if (total <= 0)
+        return;
+    if (copied >= total) {
+        if (SurfacePanel *done = m_progress) {
+            m_progress = nullptr;
+            fadeOut(done);
+        }
+        return;
+    }
+    QLabel *label = nullptr;
+    QProgressBar *bar = nullptr;
+    if (!m_progress) {
+        auto *panel = new SurfacePanel(FloatingPanel::Role::display, QSize(qRound(panelgeometry::surfacePanelWidth), 64));
+        auto *content = new QWidget;
+        auto *layout = new QVBoxLayout(content);
+        layout->setContentsMargins(16, 10, 16, 12);
+        layout->setSpacing(8);
+        label = new QLabel;
+        label->setObjectName(QStringLiteral("moveProgressText"));
+        label->setFont(surfacestyle::font(12, QFont::Medium));
+        QPalette palette = label->palette();
+        palette.setColor(QPalette::WindowText, surfacestyle::primary());
+        label->setPalette(palette);
+        bar = new QProgressBar;
+        bar->setObjectName(QStringLiteral("moveProgressBar"));
+        bar->setTextVisible(false);
+        bar->setFixedHeight(6);
+        bar->setRange(0, 1000);
+        bar->setStyleSheet(QStringLiteral("QProgressBar { background: rgba(255, 255, 255, 0.14); border: none;"
+                                          " border-radius: 3px; } QProgressBar::chunk { background: rgb(52, 199, 89);"
+                                          " border-radius: 3px; }"));
+        layout->addWidget(label);
+        layout->addWidget(bar);
+        panel->setContent(content);
+        m_progress = panel;
+        if (QScreen *current = screen())
+            placeSurfacePanel(*panel, *current, topInset(), 64);
+        panel->orderFront();
+    } else {
+        label = m_progress->findChild<QLabel *>(QStringLiteral("moveProgressText"));
+        bar = m_progress->findChild<QProgressBar *>(QStringLiteral("moveProgressBar"));
+    }
+    if (label)
+        label->setText(tr("Moving %1: %2 of %3").arg(fileName, formatByteCount(copied), formatByteCount(total)));
+    if (bar)
+        bar->setValue(int(copied * 1000 / total));
 }
 
 // MARK: Practice hint

@@ -47,8 +47,18 @@ public:
     void showSharePicker(const std::vector<ShareTarget> &targets, ShareChoice onChoose) override;
     void closeSharePicker() override;
     void chooseFolder(FolderChoice onChoose) override;
+    void showNotice(const QString &title, const QString &text) override;
+    // A long move to another drive goes on after the toast has closed: a slim panel at the
+    // island's place says how far it is, and goes when the copy is complete.
+    void showMoveProgress(const QString &fileName, qint64 copied, qint64 total);
+    SurfacePanel *moveProgressPanel() const { return m_progress; }
     void showHint(HintPhase phase) override;
     void hideHint() override;
+
+    // Runs before any surface asks the X server for the keyboard: the global shortcuts let
+    // go of it first, or a surface opened from a shortcut whose keys are still down would
+    // find the keyboard grabbed and never get it.
+    std::function<void()> beforeTakingKeyboard;
 
     // The input panel most recently opened and not yet closed: the one to give the keyboard.
     QWidget *keyPanel() const { return m_keyPanel; }
@@ -68,6 +78,7 @@ private:
     void placeHint();
     void deliverShareChoice(const QMenu *menu);
     void fadeOut(SurfacePanel *panel);
+    void releaseKeyboard();
 
     const Clock &m_clock;
     ThumbnailCache &m_thumbnails;
@@ -84,6 +95,8 @@ private:
     ShareChoice m_shareChoice;
     std::optional<ShareTarget> m_chosenTarget;
     QPointer<QFileDialog> m_folderDialog;
+    QPointer<SurfacePanel> m_notice;
+    QPointer<SurfacePanel> m_progress;
 };
 
 } // namespace dowsel

@@ -4,6 +4,9 @@
 #include "toast/IslandLayout.h"
 #include "toast/PanelGeometry.h"
 
+#include "core/Logging.h"
+
+#include <QElapsedTimer>
 #include <QRegion>
 #include <QWindow>
 
@@ -13,8 +16,17 @@ QtToastPanel::QtToastPanel(const Clock &clock, ThumbnailCache &thumbnails)
     : FloatingPanel(Role::display, QSize(800, 400)), m_host(new DynamicIslandToastHost(clock, thumbnails, this)),
       m_fade(this, "windowOpacity")
 {
-    if (!isTranslucent())
+    if (!isTranslucent()) {
+        // Without a compositor nothing is translucent: the window is cut to the island and
+        // whatever the island does not cover inside that cut is black, never the light
+        // default background.
+        QPalette black = palette();
+        black.setColor(QPalette::Window, Qt::black);
+        setPalette(black);
+        setAutoFillBackground(true);
         connect(m_host, &DynamicIslandToastHost::frameChanged, this, &QtToastPanel::shapeToIsland);
+        shapeToIsland();
+    }
 }
 
 bool QtToastPanel::isOnScreen() const
@@ -52,6 +64,19 @@ void QtToastPanel::render(const ToastViewInput &input)
     updateInputRegion();
 }
 
+// With dowsel.toast debugging on, every repaint of the window (paint and flush to the
+// screen) reports how long it took: bench/toast_frames.sh reads these lines.
+bool QtToastPanel::event(QEvent *event)
+{
+    if (event->type() != QEvent::UpdateRequest || !lcToast().isDebugEnabled())
+        return FloatingPanel::event(event);
+    QElapsedTimer timer;
+    timer.start();
+    const bool handled = FloatingPanel::event(event);
+    qCDebug(lcToast).noquote() << QStringLiteral("ToastPanel.frame: %1 us").arg(timer.nsecsElapsed() / 1000);
+    return handled;
+}
+
 void QtToastPanel::resizeEvent(QResizeEvent *event)
 {
     FloatingPanel::resizeEvent(event);
@@ -80,10 +105,18 @@ void QtToastPanel::updateInputRegion()
 void QtToastPanel::shapeToIsland()
 {
     const DynamicIslandToastView::Frame &frame = m_host->view().frame();
-    const bool drawn = island::appearance(frame.expansion, frame.input.hasNotch).opacity > 0;
-    const QRegion island(m_host->view().islandOutline().toFillPolygon().toPolygon());
-    // An empty mask would mean "no mask" and show the whole strip: keep one pixel instead.
-    setMask(!drawn || island.isEmpty() ? QRegion(0, 0, 1, 1) : island);
+    // No fade without a compositor: the island is there while it would be at least half
+    // opaque, and gone otherwise, so a collapsing island never leaves a faint pill behind.
+    const bool drawn = island::appearance(frame.expansion, frame.input.hasNotch).opacity >= 0.5;
+    QRegion island = drawn ? QRegion(m_host->view().islandOutline().toFillPolygon().toPolygon()) : QRegion();
+    // An empty mask would mean "no mask" and show the whole strip: cut to a pixel outside
+    // the window instead, which leaves nothing of it on screen.
+    if (island.isEmpty())
+        island = QRegion(-2, -2, 1, 1);
+    if (island == m_shape)
+        return;
+    m_shape = island;
+    setMask(island);
 }
 
 } // namespace dowsel

@@ -27,6 +27,7 @@ public:
     void render(const ToastViewInput &input) override;
 
 protected:
+    bool event(QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 
 private:
@@ -37,6 +38,7 @@ private:
     DynamicIslandToastHost *m_host;
     QPropertyAnimation m_fade;
     double m_topInset = 0;
+    QRegion m_shape;
     DynamicIslandToastState m_state = DynamicIslandToastState::hidden;
 };
 

@@ -2,6 +2,8 @@
 
 #include "toast/gui/SurfaceStyle.h"
 
+#include <QKeyEvent>
+#include <QLineEdit>
 #include <QPainter>
 #include <QPainterPath>
 
@@ -25,6 +27,24 @@ void SurfacePanel::setContent(QWidget *content)
     content->show();
     setFocusProxy(content);
     content->setFocus();
+    for (QLineEdit *field : content->findChildren<QLineEdit *>())
+        field->installEventFilter(this);
+    if (auto *field = qobject_cast<QLineEdit *>(content))
+        field->installEventFilter(this);
+}
+
+// A toast shortcut pressed while a text field has the keyboard (Super+Shift+T in the move
+// input) is no text: it must not type its letter into the query.
+bool SurfacePanel::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::KeyPress || event->type() == QEvent::ShortcutOverride) {
+        const auto *key = static_cast<QKeyEvent *>(event);
+        if (key->modifiers() & Qt::MetaModifier) {
+            event->accept();
+            return event->type() == QEvent::KeyPress;
+        }
+    }
+    return FloatingPanel::eventFilter(watched, event);
 }
 
 void SurfacePanel::fadeOutAndDelete()

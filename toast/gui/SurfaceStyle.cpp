@@ -21,12 +21,7 @@ QFont keyCapFont()
 
 QStringList capsOf(const QString &combination)
 {
-    QStringList keys = combination.split(QLatin1Char('+'), Qt::SkipEmptyParts);
-    for (QString &key : keys) {
-        if (key == u"Shift")
-            key = QStringLiteral("⇧");
-    }
-    return keys;
+    return combination.split(QLatin1Char('+'), Qt::SkipEmptyParts);
 }
 
 double capWidth(const QString &key)

@@ -26,7 +26,7 @@ QColor panelBackground();
 void styleQueryField(QLineEdit &field, QFont::Weight weight, const QString &placeholder);
 
 // A key combination such as "Ctrl+N" or "Super+Shift+O" as one small rounded cap per key,
-// Shift written "⇧" as on the toast's badges.
+// Linux key names, as on the toast's badges and in the settings.
 QSizeF keyCapSize(const QString &combination);
 // Draws the caps with their right edge at `right`, centred on `centerY`; returns the
 // rectangle they take.

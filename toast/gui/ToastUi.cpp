@@ -41,6 +41,8 @@ ToastUi::ToastUi(const ToastUiServices &services, ToastDesktop desktop)
       m_shortcuts(*m_keyGrabber, services.mainExecutor)
 {
     m_host.bind(*m_controller);
+    m_host.beforeTakingKeyboard = [this] { m_shortcuts.releaseKeyboard(); };
+    QObject::connect(m_controller.get(), &ToastController::moveProgress, &m_host, &QtToastHost::showMoveProgress);
 
     // Shortcuts run later on the main executor; by then the toast UI may be gone.
     const QPointer<ToastController> alive = m_controller.get();

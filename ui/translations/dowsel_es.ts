@@ -430,6 +430,25 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
     </message>
 </context>
 <context>
+    <name>dowsel::DynamicIslandToastView</name>
+    <message>
+        <source>Mark temporary</source>
+        <translation>Marcar temporal</translation>
+    </message>
+    <message>
+        <source>Custom time…</source>
+        <translation>Otro plazo…</translation>
+    </message>
+    <message>
+        <source>Move</source>
+        <translation>Mover</translation>
+    </message>
+    <message>
+        <source>More</source>
+        <translation>Más</translation>
+    </message>
+</context>
+<context>
     <name>dowsel::MoreMenuViewModel</name>
     <message>
         <source>Open</source>
@@ -576,6 +595,10 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
         <source>Move Here</source>
         <translation>Mover aquí</translation>
     </message>
+    <message>
+        <source>Moving %1: %2 of %3</source>
+        <translation>Moviendo %1: %2 de %3</translation>
+    </message>
 </context>
 <context>
     <name>dowsel::SettingsPage</name>
@@ -681,6 +704,25 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
     <message>
         <source>e.g. 2h, 30 min, 1d 4h</source>
         <translation>p. ej., 2h, 30 min, 1d 4h</translation>
+    </message>
+</context>
+<context>
+    <name>dowsel::ToastController</name>
+    <message>
+        <source>Nothing was moved</source>
+        <translation>No se ha movido nada</translation>
+    </message>
+    <message>
+        <source>Cannot move into %1: %2</source>
+        <translation>No se puede mover a %1: %2</translation>
+    </message>
+    <message>
+        <source>The files of the toast were handled elsewhere before a folder was chosen.</source>
+        <translation>Los archivos del aviso se gestionaron desde otro sitio antes de elegir una carpeta.</translation>
+    </message>
+    <message>
+        <source>The toast no longer covers any file.</source>
+        <translation>El aviso ya no tiene ningún archivo.</translation>
     </message>
 </context>
 <context>

@@ -170,4 +170,16 @@ void keepOnAllDesktopsAndAbove(QWindow &window)
     xcb_flush(c);
 }
 
+void drawWithoutShadow(QWindow &window)
+{
+    xcb_connection_t *c = connection();
+    if (!c)
+        return;
+    const auto id = static_cast<xcb_window_t>(window.winId());
+    // picom and compton skip the shadow of a window whose _COMPTON_SHADOW is 0.
+    constexpr std::uint32_t noShadow = 0;
+    xcb_change_property(c, XCB_PROP_MODE_REPLACE, id, atom(c, "_COMPTON_SHADOW"), XCB_ATOM_CARDINAL, 32, 1, &noShadow);
+    xcb_flush(c);
+}
+
 } // namespace dowsel::x11

@@ -35,4 +35,8 @@ bool setInputRegion(QWindow &window, const QRect &region);
 // included where the window manager allows it (EWMH sticky, above, desktop 0xFFFFFFFF).
 void keepOnAllDesktopsAndAbove(QWindow &window);
 
+// Asks a compositing manager not to draw a shadow around the window: its drawing has its
+// own outline (rounded, or an island in a wide transparent strip).
+void drawWithoutShadow(QWindow &window);
+
 } // namespace dowsel::x11

@@ -220,6 +220,22 @@ void XcbKeyGrabber::ungrabAll()
     xcb_flush(m_connection);
 }
 
+void XcbKeyGrabber::releaseKeyboard()
+{
+    if (!isAvailable())
+        return;
+    xcb_ungrab_key(m_connection, XCB_GRAB_ANY, m_root, XCB_MOD_MASK_ANY);
+    // The press of a grabbed combination turned our passive grab into an active one that
+    // lasts until the key goes up; a popup grabbing the keyboard meanwhile would fail.
+    xcb_ungrab_keyboard(m_connection, XCB_CURRENT_TIME);
+    // A round trip: the server has carried out both before another connection asks for the
+    // keyboard.
+    XcbReply<xcb_get_input_focus_reply_t> sync(
+        xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
+    // Reading the reply may have queued events without waking the socket notifier.
+    QTimer::singleShot(0, m_notifier.get(), [this] { processEvents(); });
+}
+
 void XcbKeyGrabber::processEvents()
 {
     while (xcb_generic_event_t *event = xcb_poll_for_event(m_connection)) {

@@ -28,6 +28,7 @@ public:
     bool isAvailable() const override;
     std::vector<KeyCombination> grab(const std::vector<KeyCombination> &combinations) override;
     void ungrabAll() override;
+    void releaseKeyboard() override;
 
 private:
     struct ModifierMasks {
