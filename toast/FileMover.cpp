@@ -326,6 +326,13 @@ MoveResult moveAcrossDevices(const QByteArray &source, const QByteArray &folder,
     return result;
 }
 
+void FileMover::reportFailure(const MoveResult &result)
+{
+    printFailure(moveFailureLine(result));
+    if (m_failure)
+        m_failure(result);
+}
+
 void FileMover::move(const std::vector<QByteArray> &sources, const QByteArray &folder, Reveal reveal)
 {
     std::vector<QByteArray> moved;
@@ -337,20 +344,20 @@ void FileMover::move(const std::vector<QByteArray> &sources, const QByteArray &f
         else if (result.crossDevice)
             acrossDevices.push_back(source);
         else
-            printFailure(moveFailureLine(result));
+            reportFailure(result);
     }
     if (!moved.empty())
         reveal(moved);
     if (acrossDevices.empty())
         return;
-    m_background.post([acrossDevices, folder, reveal, progress = m_progress, &main = m_main] {
+    m_background.post([this, acrossDevices, folder, reveal, progress = m_progress, &main = m_main] {
         std::vector<QByteArray> copied;
         for (const QByteArray &source : acrossDevices) {
             const MoveResult result = moveAcrossDevices(source, folder, progress);
             if (result.placed)
                 copied.push_back(result.target);
             if (!result.moved())
-                printFailure(moveFailureLine(result));
+                main.post([this, result] { reportFailure(result); });
         }
         if (!copied.empty())
             main.post([reveal, copied] { reveal(copied); });

@@ -51,11 +51,18 @@ public:
     // and once more with the cross-device targets after the background copies.
     void move(const std::vector<QByteArray> &sources, const QByteArray &folder, Reveal reveal);
     void setProgressObserver(CopyProgress observer) { m_progress = std::move(observer); }
+    // Told on the main executor of every item that was not moved (or only copied), after the
+    // toast has long gone for a copy to another drive.
+    using Failure = std::function<void(const MoveResult &result)>;
+    void setFailureObserver(Failure observer) { m_failure = std::move(observer); }
 
 private:
+    void reportFailure(const MoveResult &result);
+
     Executor &m_background;
     Executor &m_main;
     CopyProgress m_progress;
+    Failure m_failure;
 };
 
 } // namespace dowsel

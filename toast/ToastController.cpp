@@ -51,6 +51,15 @@ ToastController::ToastController(Services services, QObject *parent)
         }
         return true;
     });
+    m_services.mover.setFailureObserver([this, alive](const MoveResult &result) {
+        if (alive.expired())
+            return;
+        const QString name = displayText(fileNameOf(result.source));
+        if (result.placed)
+            m_services.host.showNotice(tr("%1 was copied, not moved").arg(name), result.error);
+        else
+            m_services.host.showNotice(tr("%1 was not moved").arg(name), result.error);
+    });
 }
 
 ToastController::~ToastController()

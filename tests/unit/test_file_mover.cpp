@@ -305,6 +305,26 @@ TEST_F(CrossDeviceMove, FoldersAndLinksAreCopiedWhole)
     EXPECT_FALSE(exists(sourcePath("album")));
 }
 
+TEST_F(CrossDeviceMove, AFailureInTheBackgroundIsToldOnTheMainExecutor)
+{
+    // Long after the toast closed: the user learns of it where the app tells things.
+    ASSERT_EQ(::mkfifo(sourcePath("pipe").constData(), 0644), 0);
+    ManualExecutor background;
+    ManualExecutor main;
+    FileMover mover(background, main);
+    std::vector<MoveResult> failures;
+    mover.setFailureObserver([&](const MoveResult &result) { failures.push_back(result); });
+    mover.move({sourcePath("pipe")}, destinationFolder(), [](const std::vector<QByteArray> &) {});
+    background.runAll();
+    EXPECT_TRUE(failures.empty()) << "told on the background worker";
+    main.runAll();
+    ASSERT_EQ(failures.size(), 1u);
+    EXPECT_EQ(failures[0].source, sourcePath("pipe"));
+    EXPECT_FALSE(failures[0].placed);
+    EXPECT_EQ(failures[0].error, QStringLiteral("unsupported file type"));
+    EXPECT_TRUE(exists(sourcePath("pipe")));
+}
+
 TEST_F(CrossDeviceMove, MoverCopiesInTheBackgroundAndRevealsOnTheMainExecutor)
 {
     writeFile(sourcePath("a.pdf"), "A");
