@@ -414,19 +414,19 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
         <source>Its list of the files it keeps track of cannot be written: %1. Dowsel keeps trying; new downloads are kept in memory until the list can be written again.</source>
         <translation>No se puede escribir su lista de los archivos que sigue: %1. Dowsel sigue intentándolo; las descargas nuevas se guardan en memoria hasta que la lista pueda escribirse de nuevo.</translation>
     </message>
+    <message numerus="yes">
+        <source>%n new download(s) wait to be recorded</source>
+        <translation>
+            <numerusform>%n descarga nueva espera a registrarse</numerusform>
+            <numerusform>%n descargas nuevas esperan a registrarse</numerusform>
+        </translation>
+    </message>
 </context>
 <context>
     <name>dowsel::BrowseButton</name>
     <message>
         <source>Browse</source>
         <translation>Examinar</translation>
-    </message>
-</context>
-<context>
-    <name>dowsel::FreedesktopNotifier</name>
-    <message>
-        <source>Close</source>
-        <translation>Cerrar</translation>
     </message>
 </context>
 <context>
@@ -446,6 +446,13 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
     <message>
         <source>More</source>
         <translation>Más</translation>
+    </message>
+</context>
+<context>
+    <name>dowsel::FreedesktopNotifier</name>
+    <message>
+        <source>Close</source>
+        <translation>Cerrar</translation>
     </message>
 </context>
 <context>
@@ -567,6 +574,29 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
     <message>
         <source>Delete</source>
         <translation>Eliminar</translation>
+    </message>
+    <message>
+        <source>It was not kept.</source>
+        <translation>No se ha conservado.</translation>
+    </message>
+    <message>
+        <source>%1 was not moved to the Trash: %2</source>
+        <translation>%1 no se ha movido a la Papelera: %2</translation>
+    </message>
+    <message>
+        <source>It was not made temporary.</source>
+        <translation>No se ha marcado como temporal.</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n file(s) were not kept.</source>
+        <translation>
+            <numerusform>No se ha conservado %n archivo.</numerusform>
+            <numerusform>No se han conservado %n archivos.</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Dowsel&apos;s list of files could not be written: another program may hold it, or the disk is full.</source>
+        <translation>No se ha podido escribir la lista de archivos de Dowsel: puede que otro programa la tenga abierta o que el disco esté lleno.</translation>
     </message>
 </context>
 <context>
@@ -723,6 +753,14 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
     <message>
         <source>The toast no longer covers any file.</source>
         <translation>El aviso ya no tiene ningún archivo.</translation>
+    </message>
+    <message>
+        <source>%1 was copied, not moved</source>
+        <translation>%1 se ha copiado, no movido</translation>
+    </message>
+    <message>
+        <source>%1 was not moved</source>
+        <translation>%1 no se ha movido</translation>
     </message>
 </context>
 <context>
