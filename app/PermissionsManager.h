@@ -1,8 +1,11 @@
 #pragma once
 
+#include "core/Session.h"
+
 #include <QObject>
 
 #include <functional>
+#include <optional>
 
 namespace dowsel {
 
@@ -24,6 +27,13 @@ public:
     bool hasDownloadsAccess() const { return m_hasDownloadsAccess; }
 
     void setAccessibilityCheck(std::function<bool()> check);
+    // The session the grabs are made in: on Wayland they reach X11 windows only, so they
+    // never count as granted there. Unset: the grabs decide alone.
+    void setSession(const Session &session);
+    std::optional<Session> session() const { return m_session; }
+    // Why the shortcuts cannot be granted on this session, for the settings and `dowsel
+    // status`; empty when the session allows them.
+    QString shortcutsUnavailableReason() const;
     // Re-reads both; the Downloads check runs only once onboarding is complete, so a first
     // launch never touches the folder before the user is asked.
     std::pair<bool, bool> refresh();
@@ -44,6 +54,7 @@ private:
     const Preferences &m_prefs;
     QByteArray m_downloadsPath;
     std::function<bool()> m_accessibilityCheck;
+    std::optional<Session> m_session;
     std::function<void(const QByteArray &)> m_reveal;
     bool m_hasAccessibility = false;
     bool m_hasDownloadsAccess = false;

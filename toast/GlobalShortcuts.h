@@ -49,6 +49,12 @@ const std::vector<KeyCombination> &toastShortcuts();
 // keyboard, so that nothing is taken from the user without a reason.
 std::vector<KeyCombination> combinationsToGrab(const ShortcutContext &context);
 
+// Why a toast command from outside Dowsel (`dowsel toast keep`, bound to a key in the
+// desktop's settings where the keys cannot be grabbed) cannot run in `context`.
+enum class CommandRefusal { noToast, inputOpen, onboarding };
+// Nothing when it can run: the same moments the toast's shortcuts count.
+std::optional<CommandRefusal> commandRefusal(const ShortcutContext &context);
+
 // "Super+Shift+T", for the settings page.
 QString shortcutText(KeyCombination combination);
 
@@ -69,6 +75,11 @@ public:
 
     // Call after every change of the toast's state; grabs or releases keys as needed.
     void update(const ShortcutContext &context);
+
+    // Runs `action` as its key would, later on the main executor, when the toast answers
+    // keys now; otherwise says why not and does nothing.
+    std::optional<CommandRefusal> runCommand(ShortcutAction action);
+    const ShortcutContext &context() const { return m_context; }
 
     // Combinations that another program holds, as "Super+Shift+T"; they stay with that program.
     QStringList blockedShortcuts() const;

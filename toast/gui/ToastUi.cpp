@@ -4,6 +4,7 @@
 #include "platform/linux/gui/QtWorkspace.h"
 #include "platform/linux/x11/X11FocusTracker.h"
 #include "platform/linux/x11/XcbKeyGrabber.h"
+#include "platform/Executor.h"
 
 #include <QGuiApplication>
 #include <QPointer>
@@ -17,7 +18,7 @@ ToastDesktop linuxToastDesktop()
 }
 
 ToastUi::ToastUi(const ToastUiServices &services, ToastDesktop desktop)
-    : m_workspace(std::move(desktop.workspace)), m_clipboard(std::move(desktop.clipboard)),
+    : m_main(services.mainExecutor), m_workspace(std::move(desktop.workspace)), m_clipboard(std::move(desktop.clipboard)),
       m_keyGrabber(std::move(desktop.keyGrabber)), m_host(services.clock, services.thumbnails),
       m_focus(desktop.focus ? std::move(desktop.focus)
                             : std::make_unique<X11FocusTracker>([this] { return m_host.keyPanel(); })),
@@ -79,6 +80,20 @@ void ToastUi::updateShortcuts()
     const bool isToastShown = controller.state() == DynamicIslandToastState::visible && controller.panel()
                               && controller.panel()->isOnScreen() && !controller.toastEntries().empty();
     m_shortcuts.update({controller.isOnboardingActive(), isToastShown, controller.isAnySurfaceOpen()});
+}
+
+std::optional<CommandRefusal> ToastUi::runCommand(ShortcutAction action, std::optional<Seconds> duration)
+{
+    if (!duration || action != ShortcutAction::markTemporary)
+        return m_shortcuts.runCommand(action);
+    if (const auto refusal = commandRefusal(m_shortcuts.context()))
+        return refusal;
+    const QPointer<ToastController> alive = m_controller.get();
+    m_main.post([alive, duration] {
+        if (alive)
+            alive->markTemporary(duration);
+    });
+    return std::nullopt;
 }
 
 void ToastUi::runShortcut(ShortcutAction action)

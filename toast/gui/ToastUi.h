@@ -68,11 +68,17 @@ public:
     GlobalShortcuts &shortcuts() { return m_shortcuts; }
     Workspace &workspace() { return *m_workspace; }
 
+    // A toast command from outside Dowsel: runs `action` (with `duration`, a keep for that
+    // long) as its key would, queued on the main executor, or says why it cannot now.
+    std::optional<CommandRefusal> runCommand(ShortcutAction action, std::optional<Seconds> duration = std::nullopt);
+
     // Shift+Return during onboarding.
     std::function<void()> onOnboardingPrimary;
 
 private:
     void runShortcut(ShortcutAction action);
+
+    Executor &m_main;
     void updateShortcuts();
 
     std::unique_ptr<Workspace> m_workspace;
