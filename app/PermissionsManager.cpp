@@ -29,9 +29,16 @@ void PermissionsManager::setSession(const Session &session)
     m_session = session;
 }
 
+void PermissionsManager::setDesktopWideCheck(std::function<bool()> check)
+{
+    m_desktopWideCheck = std::move(check);
+}
+
 QString PermissionsManager::shortcutsUnavailableReason() const
 {
     if (!m_session || m_session->keyGrabsReachAllWindows() || m_session->type != SessionType::wayland)
+        return {};
+    if (m_desktopWideCheck && m_desktopWideCheck())
         return {};
     return tr("Global shortcuts are not available on this session: on Wayland, Dowsel's key combinations reach it "
               "only while an X11 window has the focus. Bind the commands \"dowsel toast keep\", \"dowsel toast "

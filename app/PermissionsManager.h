@@ -31,6 +31,8 @@ public:
     // never count as granted there. Unset: the grabs decide alone.
     void setSession(const Session &session);
     std::optional<Session> session() const { return m_session; }
+    // Whether the keys reach Dowsel on any session (bound through the desktop's portal).
+    void setDesktopWideCheck(std::function<bool()> check);
     // Why the shortcuts cannot be granted on this session, for the settings and `dowsel
     // status`; empty when the session allows them.
     QString shortcutsUnavailableReason() const;
@@ -55,6 +57,7 @@ private:
     QByteArray m_downloadsPath;
     std::function<bool()> m_accessibilityCheck;
     std::optional<Session> m_session;
+    std::function<bool()> m_desktopWideCheck;
     std::function<void(const QByteArray &)> m_reveal;
     bool m_hasAccessibility = false;
     bool m_hasDownloadsAccess = false;

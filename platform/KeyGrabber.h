@@ -37,10 +37,16 @@ public:
     // because another program already holds them.
     virtual std::vector<KeyCombination> grab(const std::vector<KeyCombination> &combinations) = 0;
     virtual void ungrabAll() = 0;
+    // Whether the keys reach Dowsel whatever window has the focus on any session. X11 grabs
+    // do so only on an X11 session, which the caller knows; the desktop's portal always does.
+    virtual bool isDesktopWide() const { return false; }
 
     // Called on the main thread, from the event loop.
     std::function<void(KeyCombination)> onPressed;
     std::function<void(bool isDown)> onAltChanged;
+    // Called on the main thread when isAvailable() changed after the start (a portal that
+    // answered).
+    std::function<void()> onAvailabilityChanged;
 };
 
 } // namespace dowsel

@@ -207,6 +207,8 @@ int runApplication(int argc, char *argv[])
                                    + (session.desktop.isEmpty() ? QString() : QStringLiteral(" (") + session.desktop + QLatin1Char(')'));
     state.permissions().setSession(session);
     state.permissions().setAccessibilityCheck([&shortcuts] { return shortcuts.isInstalled(); });
+    state.permissions().setDesktopWideCheck([toastUi] { return toastUi->shortcutsDesktopWide(); });
+    toastUi->onShortcutsAvailabilityChanged = [&state] { state.permissions().refresh(); };
     state.permissions().setFileManagerReveal(revealInFileManager);
 
     ControlService control(state.trackedFileActor(), state.cleanupService(), clock, mainExecutor);

@@ -66,6 +66,15 @@ TEST(Session, GrabsOnAWaylandSessionAreNeverReportedAsGranted)
     EXPECT_EQ(changes, 1);
     EXPECT_TRUE(permissions.shortcutsUnavailableReason().contains(QStringLiteral("not available on this session")));
     EXPECT_TRUE(permissions.shortcutsUnavailableReason().contains(QStringLiteral("dowsel toast keep")));
+
+    // Keys bound through the desktop's portal reach Dowsel whatever window has the focus.
+    bool portalBound = false;
+    permissions.setDesktopWideCheck([&portalBound] { return portalBound; });
+    EXPECT_FALSE(permissions.refresh().first);
+    portalBound = true;
+    EXPECT_TRUE(permissions.refresh().first);
+    EXPECT_TRUE(permissions.shortcutsUnavailableReason().isEmpty());
+    EXPECT_EQ(changes, 2);
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "toast/gui/ToastUi.h"
 
+#include "core/Session.h"
+#include "platform/linux/gui/PortalKeyGrabber.h"
 #include "platform/linux/gui/QtClipboard.h"
 #include "platform/linux/gui/QtWorkspace.h"
 #include "platform/linux/x11/X11FocusTracker.h"
@@ -13,8 +15,13 @@ namespace dowsel {
 
 ToastDesktop linuxToastDesktop()
 {
-    return {std::make_unique<QtWorkspace>(), std::make_unique<QtClipboard>(), std::make_unique<XcbKeyGrabber>(),
-            nullptr};
+    // On Wayland the X server is Xwayland: its grabs would see keys only over X11 windows.
+    std::unique_ptr<KeyGrabber> keys;
+    if (currentSession().type == SessionType::wayland)
+        keys = std::make_unique<PortalKeyGrabber>(QDBusConnection::sessionBus());
+    else
+        keys = std::make_unique<XcbKeyGrabber>();
+    return {std::make_unique<QtWorkspace>(), std::make_unique<QtClipboard>(), std::move(keys), nullptr};
 }
 
 ToastUi::ToastUi(const ToastUiServices &services, ToastDesktop desktop)
@@ -54,8 +61,16 @@ ToastUi::ToastUi(const ToastUiServices &services, ToastDesktop desktop)
             alive->setOptionHeld(isHeld);
     };
     QObject::connect(m_controller.get(), &ToastController::changed, m_controller.get(), [this] { updateShortcuts(); });
+    m_keyGrabber->onAvailabilityChanged = [this] {
+        m_shortcuts.installEventTap();
+        updateShortcuts();
+        if (onShortcutsAvailabilityChanged)
+            onShortcutsAvailabilityChanged();
+    };
     m_shortcuts.installEventTap();
     updateShortcuts();
+    if (auto *portal = dynamic_cast<PortalKeyGrabber *>(m_keyGrabber.get()))
+        portal->start();
 
     // A click elsewhere takes the keyboard from an open input, which then closes as cancelled.
     QObject::connect(qGuiApp, &QGuiApplication::applicationStateChanged, m_controller.get(),
@@ -72,7 +87,10 @@ ToastUi::ToastUi(const ToastUiServices &services, ToastDesktop desktop)
                      });
 }
 
-ToastUi::~ToastUi() = default;
+ToastUi::~ToastUi()
+{
+    m_keyGrabber->onAvailabilityChanged = nullptr;
+}
 
 void ToastUi::updateShortcuts()
 {
