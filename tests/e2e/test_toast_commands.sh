@@ -2,8 +2,11 @@
 # The toast commands a user binds in the desktop's keyboard settings where Dowsel cannot grab
 # keys, and `dowsel status`, against the running Dowsel on a real X server: each command acts
 # on the toast that is up and only then; on a Wayland session the status says the shortcuts
-# are not granted, and the commands still drive the toast.
+# are not granted, and the commands still drive the toast; with the desktop's GlobalShortcuts
+# portal (a stand-in on the test's bus) they are bound there and its activations act.
 source "$(dirname "$0")/lib.sh"
+FAKE_PORTAL=${FAKE_PORTAL:-$(dirname "$DOWSEL")/tests/dowsel_fake_portal}
+[ -x "$FAKE_PORTAL" ] || fail "no fake portal at $FAKE_PORTAL (build dowsel_fake_portal)"
 D="$HOME/Downloads"
 e2e_start_x
 e2e_start_bus
@@ -77,3 +80,40 @@ wait_for 10 toast_showing || fail "no toast for d.txt on the Wayland session"
 "$DOWSEL" toast keep || fail "toast keep failed on the Wayland session"
 wait_for 5 state_is d.txt temporary || fail "toast keep did not mark d.txt: $(state_of d.txt)"
 pass "on a Wayland session the shortcuts are not granted, and the commands drive the toast"
+
+# The desktop's portal: the shortcuts are bound there, and an activation acts only while a
+# toast is up.
+e2e_stop
+"$FAKE_PORTAL" >"$E2E_ROOT/portal.log" 2>&1 &
+PORTAL_PID=$!
+E2E_PIDS+=($PORTAL_PID)
+wait_for 10 grep -q ready "$E2E_ROOT/portal.log" || fail "the fake portal did not start: $(cat "$E2E_ROOT/portal.log")"
+activate() {
+  dbus-send --session --print-reply --dest=org.freedesktop.portal.Desktop /fake app.dowsel.FakePortal.Activate \
+    "string:$1" >/dev/null
+}
+XDG_SESSION_TYPE=wayland XDG_CURRENT_DESKTOP=KDE e2e_launch
+wait_for 10 eval '"$DOWSEL" status | grep -q "^Shortcuts granted: *yes$"' \
+  || fail "the portal's shortcuts are not granted: $("$DOWSEL" status)"
+activate keep
+echo e >"$D/e.txt"
+wait_for 10 toast_showing || fail "no toast for e.txt with the portal"
+sleep 0.5 # an activation wrongly held back would act by now
+[ "$(state_of e.txt)" = unprocessed ] || fail "an activation before the toast acted on e.txt: $(state_of e.txt)"
+activate keep
+wait_for 5 state_is e.txt temporary || fail "the portal's keep did not mark e.txt: $(state_of e.txt)"
+wait_for 5 toast_gone || fail "the toast stayed after the portal's keep"
+pass "with the portal the shortcuts are granted, and its activations act only while a toast is up"
+
+e2e_stop
+kill "$PORTAL_PID"
+wait "$PORTAL_PID" 2>/dev/null || true
+"$FAKE_PORTAL" --decline >"$E2E_ROOT/portal.log" 2>&1 &
+E2E_PIDS+=($!)
+wait_for 10 grep -q ready "$E2E_ROOT/portal.log" || fail "the fake portal did not start: $(cat "$E2E_ROOT/portal.log")"
+XDG_SESSION_TYPE=wayland QT_LOGGING_RULES="dowsel.shortcuts.info=true" e2e_launch
+wait_for 10 grep -q "portal: no shortcuts: the shortcuts were not bound" "$E2E_ROOT/dowsel.log" \
+  || fail "Dowsel did not hear the user decline: $(tail -n 5 "$E2E_ROOT/dowsel.log")"
+"$DOWSEL" status | grep -q "^Shortcuts granted: *no: .*not available on this session" \
+  || fail "declined shortcuts were reported as: $("$DOWSEL" status)"
+pass "a user who declines the binding is told the shortcuts are not granted"

@@ -1,5 +1,7 @@
 #include "platform/linux/gui/PortalKeyGrabber.h"
 
+#include "core/Logging.h"
+
 #include <QDBusArgument>
 #include <QDBusMessage>
 #include <QDBusMetaType>
@@ -71,6 +73,8 @@ const std::map<QString, std::pair<KeyCombination, QString>> &PortalKeyGrabber::s
 
 PortalKeyGrabber::PortalKeyGrabber(QDBusConnection bus, QObject *parent) : QObject(parent), m_bus(std::move(bus))
 {
+    // The Activated slot takes an object path: its type must be known by name to connect it.
+    qRegisterMetaType<QDBusObjectPath>();
     qDBusRegisterMetaType<PortalShortcut>();
     qDBusRegisterMetaType<PortalShortcuts>();
 }
@@ -116,8 +120,10 @@ void PortalKeyGrabber::start()
         finish(State::missing, QStringLiteral("no session bus"));
         return;
     }
-    m_bus.connect(portalService, portalPath, shortcutsInterface, QStringLiteral("Activated"), this,
-                  SLOT(onActivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
+    if (!m_bus.connect(portalService, portalPath, shortcutsInterface, QStringLiteral("Activated"), this,
+                       SLOT(onActivated(QDBusObjectPath, QString, qulonglong, QVariantMap)))) {
+        qCInfo(lcShortcuts).noquote() << "portal: cannot follow Activated: " + m_bus.lastError().message();
+    }
     const QString token = QStringLiteral("dowsel_session");
     call(QStringLiteral("CreateSession"),
          {QVariantMap{{QStringLiteral("handle_token"), token}, {QStringLiteral("session_handle_token"), token}}}, token,
@@ -165,6 +171,8 @@ void PortalKeyGrabber::finish(State state, const QString &detail)
 {
     if (m_state == State::bound || m_state == State::missing || m_state == State::declined)
         return;
+    qCInfo(lcShortcuts).noquote() << QStringLiteral("portal: %1 %2")
+                                         .arg(state == State::bound ? QStringLiteral("shortcuts bound") : QStringLiteral("no shortcuts:"), detail);
     m_state = state;
     m_detail = detail;
     if (onAvailabilityChanged)
@@ -185,6 +193,7 @@ void PortalKeyGrabber::ungrabAll()
 void PortalKeyGrabber::onActivated(const QDBusObjectPath &session, const QString &shortcutId, qulonglong,
                                    const QVariantMap &)
 {
+    qCDebug(lcShortcuts).noquote() << "portal: Activated " + shortcutId;
     if (m_state != State::bound || session.path() != m_session)
         return;
     const auto found = shortcuts().find(shortcutId);
