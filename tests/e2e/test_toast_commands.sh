@@ -84,6 +84,7 @@ pass "on a Wayland session the shortcuts are not granted, and the commands drive
 # The desktop's portal: the shortcuts are bound there, and an activation acts only while a
 # toast is up.
 e2e_stop
+: >"$E2E_ROOT/portal.log"
 "$FAKE_PORTAL" >"$E2E_ROOT/portal.log" 2>&1 &
 PORTAL_PID=$!
 E2E_PIDS+=($PORTAL_PID)

@@ -65,7 +65,8 @@ public:
             ++sessionsCreated;
             session = portalPath + QStringLiteral("/session/") + sender + QLatin1Char('/')
                       + options.value(QStringLiteral("session_handle_token")).toString();
-            results[QStringLiteral("session_handle")] = session;
+            results[QStringLiteral("session_handle")] =
+                sessionHandleAsObjectPath ? QVariant::fromValue(QDBusObjectPath(session)) : QVariant(session);
         } else if (message.member() == u"BindShortcuts") {
             ++bindCalls;
             boundSession = message.arguments().value(0).value<QDBusObjectPath>().path();
@@ -100,6 +101,7 @@ public:
     }
 
     bool userDeclines = false;
+    bool sessionHandleAsObjectPath = false;
     int sessionsCreated = 0;
     int bindCalls = 0;
     QString session;

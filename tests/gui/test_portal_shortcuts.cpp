@@ -96,6 +96,18 @@ TEST_F(PortalShortcutsTest, OneSessionBindsDowselsCombinationsAsPreferredTrigger
     EXPECT_EQ(portal->sessionsCreated, 1) << "a second start must not create another session";
 }
 
+TEST_F(PortalShortcutsTest, ASessionHandedAsAnObjectPathIsFollowedToo)
+{
+    startPortal();
+    portal->sessionHandleAsObjectPath = true;
+    startClient();
+    ASSERT_TRUE(client->isAvailable()) << client->detail().toStdString();
+    EXPECT_EQ(portal->boundSession, portal->session);
+    client->grab({keepKeys});
+    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("keep"));
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !pressed.empty(); }, 5000));
+}
+
 TEST_F(PortalShortcutsTest, ActivationsCountOnlyWhileTheirKeysAreWanted)
 {
     startPortal();

@@ -103,11 +103,19 @@ void PortalKeyGrabber::call(const QString &method, const QVariantList &arguments
     QDBusMessage message = QDBusMessage::createMethodCall(portalService, portalPath, shortcutsInterface, method);
     message.setArguments(arguments);
     auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, slot] {
         watcher->deleteLater();
         const QDBusPendingReply<QDBusObjectPath> reply = *watcher;
-        if (reply.isError())
+        if (reply.isError()) {
             finish(State::missing, reply.error().message());
+            return;
+        }
+        // Older portals name the request themselves: follow that one too.
+        const QString handed = reply.value().path();
+        if (handed != m_pendingRequest) {
+            m_pendingRequest = handed;
+            m_bus.connect(portalService, handed, requestInterface, QStringLiteral("Response"), this, slot);
+        }
     });
 }
 
@@ -134,7 +142,11 @@ void PortalKeyGrabber::onCreateSessionResponse(uint response, const QVariantMap 
 {
     m_bus.disconnect(portalService, m_pendingRequest, requestInterface, QStringLiteral("Response"), this,
                      SLOT(onCreateSessionResponse(uint, QVariantMap)));
-    m_session = results.value(QStringLiteral("session_handle")).toString();
+    // A string by the documentation; some portals send an object path.
+    const QVariant handle = results.value(QStringLiteral("session_handle"));
+    m_session = handle.canConvert<QDBusObjectPath>() && handle.userType() == qMetaTypeId<QDBusObjectPath>()
+                    ? handle.value<QDBusObjectPath>().path()
+                    : handle.toString();
     if (response != 0 || m_session.isEmpty()) {
         finish(State::declined, QStringLiteral("the desktop refused a shortcuts session"));
         return;
