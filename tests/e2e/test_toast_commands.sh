@@ -109,9 +109,11 @@ pass "with the portal the shortcuts are granted, and its activations act only wh
 e2e_stop
 kill "$PORTAL_PID"
 wait "$PORTAL_PID" 2>/dev/null || true
-"$FAKE_PORTAL" --decline >"$E2E_ROOT/portal.log" 2>&1 &
+: >"$E2E_ROOT/declining-portal.log"
+"$FAKE_PORTAL" --decline >"$E2E_ROOT/declining-portal.log" 2>&1 &
 E2E_PIDS+=($!)
-wait_for 10 grep -q ready "$E2E_ROOT/portal.log" || fail "the fake portal did not start: $(cat "$E2E_ROOT/portal.log")"
+wait_for 10 grep -q ready "$E2E_ROOT/declining-portal.log" \
+  || fail "the declining portal did not start: $(cat "$E2E_ROOT/declining-portal.log")"
 XDG_SESSION_TYPE=wayland QT_LOGGING_RULES="dowsel.shortcuts.info=true" e2e_launch
 wait_for 10 grep -q "portal: no shortcuts: the shortcuts were not bound" "$E2E_ROOT/dowsel.log" \
   || fail "Dowsel did not hear the user decline: $(tail -n 5 "$E2E_ROOT/dowsel.log")"
