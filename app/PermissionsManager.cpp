@@ -24,6 +24,28 @@ void PermissionsManager::setAccessibilityCheck(std::function<bool()> check)
     m_accessibilityCheck = std::move(check);
 }
 
+void PermissionsManager::setSession(const Session &session)
+{
+    m_session = session;
+}
+
+void PermissionsManager::setDesktopWideCheck(std::function<bool()> check)
+{
+    m_desktopWideCheck = std::move(check);
+}
+
+QString PermissionsManager::shortcutsUnavailableReason() const
+{
+    if (!m_session || m_session->keyGrabsReachAllWindows() || m_session->type != SessionType::wayland)
+        return {};
+    if (m_desktopWideCheck && m_desktopWideCheck())
+        return {};
+    return tr("Global shortcuts are not available on this session: on Wayland, Dowsel's key combinations reach it "
+              "only while an X11 window has the focus. Bind the commands \"dowsel toast keep\", \"dowsel toast "
+              "move\" and \"dowsel toast dismiss\" in your desktop's keyboard settings; the toast's buttons work "
+              "meanwhile.");
+}
+
 bool PermissionsManager::checkDownloadsAccess() const
 {
     DIR *dir = ::opendir(m_downloadsPath.constData());
@@ -36,7 +58,8 @@ bool PermissionsManager::checkDownloadsAccess() const
 std::pair<bool, bool> PermissionsManager::refresh()
 {
     bool changedAny = false;
-    const bool accessibility = m_accessibilityCheck ? m_accessibilityCheck() : false;
+    const bool sessionAllows = shortcutsUnavailableReason().isEmpty();
+    const bool accessibility = sessionAllows && m_accessibilityCheck && m_accessibilityCheck();
     if (accessibility != m_hasAccessibility) {
         m_hasAccessibility = accessibility;
         changedAny = true;

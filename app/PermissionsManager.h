@@ -1,8 +1,11 @@
 #pragma once
 
+#include "core/Session.h"
+
 #include <QObject>
 
 #include <functional>
+#include <optional>
 
 namespace dowsel {
 
@@ -24,6 +27,15 @@ public:
     bool hasDownloadsAccess() const { return m_hasDownloadsAccess; }
 
     void setAccessibilityCheck(std::function<bool()> check);
+    // The session the grabs are made in: on Wayland they reach X11 windows only, so they
+    // never count as granted there. Unset: the grabs decide alone.
+    void setSession(const Session &session);
+    std::optional<Session> session() const { return m_session; }
+    // Whether the keys reach Dowsel on any session (bound through the desktop's portal).
+    void setDesktopWideCheck(std::function<bool()> check);
+    // Why the shortcuts cannot be granted on this session, for the settings and `dowsel
+    // status`; empty when the session allows them.
+    QString shortcutsUnavailableReason() const;
     // Re-reads both; the Downloads check runs only once onboarding is complete, so a first
     // launch never touches the folder before the user is asked.
     std::pair<bool, bool> refresh();
@@ -44,6 +56,8 @@ private:
     const Preferences &m_prefs;
     QByteArray m_downloadsPath;
     std::function<bool()> m_accessibilityCheck;
+    std::optional<Session> m_session;
+    std::function<bool()> m_desktopWideCheck;
     std::function<void(const QByteArray &)> m_reveal;
     bool m_hasAccessibility = false;
     bool m_hasDownloadsAccess = false;

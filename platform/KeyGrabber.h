@@ -40,10 +40,16 @@ public:
     // Ungrabs everything and also ends a grab that a held shortcut has made active, so that
     // a window of Dowsel that asks for the keyboard right after gets it.
     virtual void releaseKeyboard() { ungrabAll(); }
+    // Whether the keys reach Dowsel whatever window has the focus on any session. X11 grabs
+    // do so only on an X11 session, which the caller knows; the desktop's portal always does.
+    virtual bool isDesktopWide() const { return false; }
 
     // Called on the main thread, from the event loop.
     std::function<void(KeyCombination)> onPressed;
     std::function<void(bool isDown)> onAltChanged;
+    // Called on the main thread when isAvailable() changed after the start (a portal that
+    // answered).
+    std::function<void()> onAvailabilityChanged;
 };
 
 } // namespace dowsel

@@ -119,6 +119,17 @@ std::vector<KeyCombination> combinationsToGrab(const ShortcutContext &context)
     return toastShortcuts();
 }
 
+std::optional<CommandRefusal> commandRefusal(const ShortcutContext &context)
+{
+    if (context.isOnboardingActive)
+        return CommandRefusal::onboarding;
+    if (!context.isToastShown)
+        return CommandRefusal::noToast;
+    if (context.isSecondarySurfaceOpen)
+        return CommandRefusal::inputOpen;
+    return std::nullopt;
+}
+
 QString shortcutText(KeyCombination combination)
 {
     QStringList parts;
@@ -233,6 +244,15 @@ void GlobalShortcuts::handlePress(KeyCombination combination)
         return;
     qCDebug(lcShortcuts).noquote() << "keyDown: " + shortcutText(combination);
     m_main.post([action = *action, callback = onAction] { callback(action); });
+}
+
+std::optional<CommandRefusal> GlobalShortcuts::runCommand(ShortcutAction action)
+{
+    if (const auto refusal = commandRefusal(m_context))
+        return refusal;
+    if (onAction)
+        m_main.post([action, callback = onAction] { callback(action); });
+    return std::nullopt;
 }
 
 void GlobalShortcuts::handleAlt(bool isDown)

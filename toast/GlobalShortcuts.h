@@ -49,6 +49,12 @@ const std::vector<KeyCombination> &toastShortcuts();
 // keyboard, so that nothing is taken from the user without a reason.
 std::vector<KeyCombination> combinationsToGrab(const ShortcutContext &context);
 
+// Why a toast command from outside Dowsel (`dowsel toast keep`, bound to a key in the
+// desktop's settings where the keys cannot be grabbed) cannot run in `context`.
+enum class CommandRefusal { noToast, inputOpen, onboarding };
+// Nothing when it can run: the same moments the toast's shortcuts count.
+std::optional<CommandRefusal> commandRefusal(const ShortcutContext &context);
+
 // "Super+Shift+T", for the settings page.
 QString shortcutText(KeyCombination combination);
 
@@ -73,6 +79,10 @@ public:
     // A surface of the toast is about to ask for the keyboard: every grab goes at once,
     // including the one a shortcut still held down keeps active.
     void releaseKeyboard();
+    // Runs `action` as its key would, later on the main executor, when the toast answers
+    // keys now; otherwise says why not and does nothing.
+    std::optional<CommandRefusal> runCommand(ShortcutAction action);
+    const ShortcutContext &context() const { return m_context; }
 
     // Combinations that another program holds, as "Super+Shift+T"; they stay with that program.
     // Checked at start and again each time the toast takes its shortcuts.

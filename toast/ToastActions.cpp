@@ -71,14 +71,14 @@ void ToastController::markDismissedIds(const std::vector<RecordId> &ids)
 
 // MARK: Actions
 
-void ToastController::markTemporary()
+void ToastController::markTemporary(std::optional<Seconds> duration)
 {
     const std::vector<RecordId> ids = coveredIds();
     if (ids.empty())
         return;
     qCDebug(lcToast).noquote() << "ToastController.markTemporary: ids=" + QString::number(ids.size())
                                           + " names=" + coveredNames();
-    markTemporaryIds(ids, std::nullopt);
+    markTemporaryIds(ids, duration);
     if (m_isActionDemoActive)
         m_demoMarkedTemporary = true;
     hideToast();

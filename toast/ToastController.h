@@ -92,7 +92,8 @@ public:
     void startOnboarding();
 
     // Actions on every file of the toast.
-    void markTemporary();
+    // For the default expiry, or for `duration` (a command's "keep-for 2h").
+    void markTemporary(std::optional<Seconds> duration = std::nullopt);
     void performMove(const QByteArray &folder);
     void performOpen();
     void performCopy();

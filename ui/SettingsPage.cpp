@@ -347,8 +347,11 @@ void SettingsPage::updatePermissions()
         : tr("The global shortcuts let you keep, move or clean a download without reaching for the mouse. "
              "Free Dowsel's key combinations in your desktop's keyboard settings to turn them on; the "
              "toast's buttons work meanwhile.");
+    const QString unavailable = m_permissions.shortcutsUnavailableReason();
+    if (!shortcuts && !unavailable.isEmpty())
+        shortcutsDetail = unavailable;
     const QStringList blocked = m_blockedShortcuts ? m_blockedShortcuts() : QStringList();
-    if (!blocked.isEmpty())
+    if (!blocked.isEmpty() && unavailable.isEmpty())
         shortcutsDetail += QLatin1Char('\n') + tr("Taken by another program: %1").arg(blocked.join(QStringLiteral(", ")));
     m_shortcutsRow->setActionAvailable(m_permissions.canOpenSystemSettings(PermissionsManager::Permission::shortcuts));
     m_shortcutsRow->setState(shortcuts, shortcutsDetail);

@@ -10,6 +10,7 @@
 #include "app/gui/TrayIcon.h"
 #include "core/Logging.h"
 #include "core/QtExecutor.h"
+#include "core/Session.h"
 #include "core/StoreRecovery.h"
 #include "expiry/CleanupService.h"
 #include "onboarding/gui/OnboardingUi.h"
@@ -27,6 +28,8 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonObject>
 #include <QStandardPaths>
 #include <QTimer>
 
@@ -80,6 +83,41 @@ ToastParts makeToastUi(AppState &state, ToastUi *&made)
     made = ui.get();
     ToastController *controller = &ui->controller();
     return {std::move(ui), controller};
+}
+
+QJsonObject statusReport(AppState &state, const GlobalShortcuts &shortcuts, const QByteArray &downloads)
+{
+    PermissionsManager &permissions = state.permissions();
+    const auto [granted, downloadsAccess] = permissions.refresh();
+    const Session session = permissions.session().value_or(Session{});
+    QString reason = permissions.shortcutsUnavailableReason();
+    const QStringList blocked = shortcuts.blockedShortcuts();
+    if (!granted && reason.isEmpty())
+        reason = QStringLiteral("no X server answers the key grabs");
+    QString autostart = QStringLiteral("absent");
+    switch (state.loginItem().state()) {
+    case LoginItem::State::enabled:
+        autostart = QStringLiteral("enabled");
+        break;
+    case LoginItem::State::disabled:
+        autostart = QStringLiteral("disabled");
+        break;
+    case LoginItem::State::absent:
+        break;
+    }
+    const ShortcutContext &context = shortcuts.context();
+    return QJsonObject{
+        {QStringLiteral("session"), sessionTypeName(session.type)},
+        {QStringLiteral("desktop"), session.desktop},
+        {QStringLiteral("nativeWaylandWindows"), session.nativeWaylandWindows},
+        {QStringLiteral("shortcutsGranted"), granted},
+        {QStringLiteral("shortcutsReason"), granted ? QString() : reason},
+        {QStringLiteral("shortcutsHeldByOthers"), QJsonArray::fromStringList(blocked)},
+        {QStringLiteral("toastShowing"), context.isToastShown && !context.isOnboardingActive},
+        {QStringLiteral("autostart"), autostart},
+        {QStringLiteral("downloadsFolder"), QFile::decodeName(downloads)},
+        {QStringLiteral("downloadsAccess"), downloadsAccess},
+    };
 }
 
 } // namespace
@@ -166,10 +204,20 @@ int runApplication(int argc, char *argv[])
                    },
                    std::move(opened.store));
     GlobalShortcuts &shortcuts = toastUi->shortcuts();
+    const Session session = currentSession();
+    qCInfo(lcApp).noquote() << "Session: " + sessionTypeName(session.type)
+                                   + (session.desktop.isEmpty() ? QString() : QStringLiteral(" (") + session.desktop + QLatin1Char(')'));
+    state.permissions().setSession(session);
     state.permissions().setAccessibilityCheck([&shortcuts] { return shortcuts.isInstalled(); });
+    state.permissions().setDesktopWideCheck([toastUi] { return toastUi->shortcutsDesktopWide(); });
+    toastUi->onShortcutsAvailabilityChanged = [&state] { state.permissions().refresh(); };
     state.permissions().setFileManagerReveal(revealInFileManager);
 
     ControlService control(state.trackedFileActor(), state.cleanupService(), clock, mainExecutor);
+    control.runToastCommand = [toastUi](ShortcutAction action, std::optional<Seconds> duration) {
+        return toastUi->runCommand(action, duration);
+    };
+    control.status = [&state, &shortcuts, downloads] { return statusReport(state, shortcuts, downloads); };
     control.exportOnSessionBus();
 
     CleanupService &cleanup = state.cleanupService();

@@ -33,6 +33,10 @@ const char usageText[] = "usage: dowsel                      start Dowsel (or sh
                          "       dowsel keep FILE [DURATION] keep FILE as temporary (default expiry, or e.g. 2h)\n"
                          "       dowsel dismiss FILE         keep FILE for good\n"
                          "       dowsel trash FILE           move FILE to the Trash now\n"
+                         "       dowsel toast ACTION         act on the toast that is showing: keep, keep-for\n"
+                         "                                   DURATION, time, move, more, open, copy, share,\n"
+                         "                                   delete, dismiss (bind these where keys cannot be grabbed)\n"
+                         "       dowsel status               the session, the shortcuts, autostart, Downloads access\n"
                          "       dowsel --help | --version\n"
                          "A FILE that starts with \"-\" goes after \"--\": dowsel keep -- -notes.txt";
 
@@ -100,6 +104,48 @@ int list(QDBusInterface &dowsel)
     return 0;
 }
 
+int status(QDBusInterface &dowsel)
+{
+    const QDBusReply<QString> reply = dowsel.call(QStringLiteral("Status"));
+    if (!reply.isValid()) {
+        printLine(QStringLiteral("dowsel: ") + reply.error().message(), stderr);
+        return 1;
+    }
+    const QJsonObject status = QJsonDocument::fromJson(reply.value().toUtf8()).object();
+    const auto text = [&status](const char *key) { return status.value(QLatin1String(key)).toString(); };
+    const auto yesNo = [&status](const char *key) {
+        return status.value(QLatin1String(key)).toBool() ? QStringLiteral("yes") : QStringLiteral("no");
+    };
+    QString session = text("session");
+    if (!text("desktop").isEmpty())
+        session += QStringLiteral(" (") + text("desktop") + QLatin1Char(')');
+    printLine(QStringLiteral("Session:            ") + session);
+    QString shortcuts = yesNo("shortcutsGranted");
+    if (!text("shortcutsReason").isEmpty())
+        shortcuts += QStringLiteral(": ") + text("shortcutsReason");
+    printLine(QStringLiteral("Shortcuts granted:  ") + shortcuts);
+    QStringList held;
+    for (const QJsonValue &combination : status.value(QStringLiteral("shortcutsHeldByOthers")).toArray())
+        held << combination.toString();
+    if (!held.isEmpty())
+        printLine(QStringLiteral("Held by others:     ") + held.join(QStringLiteral(", ")));
+    printLine(QStringLiteral("Toast showing:      ") + yesNo("toastShowing"));
+    printLine(QStringLiteral("Autostart:          ") + text("autostart"));
+    printLine(QStringLiteral("Downloads access:   ") + yesNo("downloadsAccess") + QStringLiteral(" (")
+              + text("downloadsFolder") + QLatin1Char(')'));
+    return 0;
+}
+
+int toast(QDBusInterface &dowsel, const QString &action, const QString &duration)
+{
+    const QDBusMessage reply = dowsel.call(QStringLiteral("Toast"), action, duration);
+    if (reply.type() == QDBusMessage::ErrorMessage) {
+        printLine(QStringLiteral("dowsel: ") + reply.errorMessage(), stderr);
+        return 1;
+    }
+    return 0;
+}
+
 } // namespace
 
 int runCommandLine(int argc, char *argv[])
@@ -130,12 +176,20 @@ int runCommandLine(int argc, char *argv[])
         printLine(QString::fromUtf8(usageText));
         return 0;
     }
-    if (command != "list" && command != "keep" && command != "dismiss" && command != "trash")
+    if (command != "list" && command != "keep" && command != "dismiss" && command != "trash" && command != "toast"
+        && command != "status")
         return refuse(QStringLiteral("unknown command %1").arg(QString::fromLocal8Bit(command)));
     const std::size_t count = operands.size();
-    const bool needsFile = command != "list";
-    if ((needsFile && count < 2) || (!needsFile && count > 1) || (command != "keep" && count > 2) || count > 3)
-        return usage();
+    if (command == "toast") {
+        // keep-for takes its duration; every other action takes nothing.
+        const bool withDuration = count > 1 && operands[1] == "keep-for";
+        if (count < 2 || count != (withDuration ? 3u : 2u))
+            return usage();
+    } else {
+        const bool needsFile = command != "list" && command != "status";
+        if ((needsFile && count < 2) || (!needsFile && count > 1) || (command != "keep" && count > 2) || count > 3)
+            return usage();
+    }
 
     QCoreApplication app(argc, argv);
     QDBusInterface dowsel(QString::fromLatin1(dbusServiceName), QString::fromLatin1(dbusObjectPath),
@@ -146,6 +200,10 @@ int runCommandLine(int argc, char *argv[])
     }
     if (command == "list")
         return list(dowsel);
+    if (command == "status")
+        return status(dowsel);
+    if (command == "toast")
+        return toast(dowsel, QString::fromLocal8Bit(operands[1]), count > 2 ? QString::fromLocal8Bit(operands[2]) : QString());
 
     const QByteArray path = absolutePath(operands[1].constData());
     const QString name = QFile::decodeName(path.mid(path.lastIndexOf('/') + 1));

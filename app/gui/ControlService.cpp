@@ -38,6 +38,26 @@ QString notSavedText()
 const QString errorTrashRefused = QStringLiteral("app.dowsel.Error.TrashRefused");
 const QString errorNotDone = QStringLiteral("app.dowsel.Error.NotDone");
 
+const QString errorNoToast = QStringLiteral("app.dowsel.Error.NoToast");
+const QString errorToastBusy = QStringLiteral("app.dowsel.Error.ToastBusy");
+const QString errorUnknownAction = QStringLiteral("app.dowsel.Error.UnknownAction");
+
+std::optional<ShortcutAction> toastAction(const QString &name)
+{
+    static const std::pair<const char *, ShortcutAction> actions[] = {
+        {"keep", ShortcutAction::markTemporary}, {"keep-for", ShortcutAction::markTemporary},
+        {"time", ShortcutAction::customTime},    {"move", ShortcutAction::move},
+        {"more", ShortcutAction::more},          {"open", ShortcutAction::open},
+        {"copy", ShortcutAction::copy},          {"share", ShortcutAction::share},
+        {"delete", ShortcutAction::deleteNow},   {"dismiss", ShortcutAction::dismiss},
+    };
+    for (const auto &[text, action] : actions) {
+        if (name == QLatin1String(text))
+            return action;
+    }
+    return std::nullopt;
+}
+
 QJsonValue isoDate(std::optional<Date> date)
 {
     if (!date)
@@ -223,6 +243,52 @@ void ControlService::Trash(const QByteArray &path)
         }
         return Answer{};
     });
+}
+
+void ControlService::Toast(const QString &action, const QString &duration)
+{
+    const auto shortcut = toastAction(action);
+    if (!shortcut) {
+        sendErrorReply(errorUnknownAction,
+                       QStringLiteral("unknown toast action \"%1\"; try keep, keep-for, time, move, more, open, copy, "
+                                      "share, delete or dismiss")
+                           .arg(action));
+        return;
+    }
+    std::optional<Seconds> interval;
+    if (action == u"keep-for") {
+        const auto parsed = DurationParser::parse(duration);
+        if (!parsed || !expiryFits(parsed->interval, m_clock.now())) {
+            sendErrorReply(errorBadDuration,
+                           QStringLiteral("cannot keep for \"%1\"; try \"2h\", \"30 min\" or \"1d 4h\"").arg(duration));
+            return;
+        }
+        interval = parsed->interval;
+    }
+    if (!runToastCommand) {
+        sendErrorReply(errorNoToast, QStringLiteral("no toast is showing"));
+        return;
+    }
+    const auto refusal = runToastCommand(*shortcut, interval);
+    if (!refusal)
+        return;
+    switch (*refusal) {
+    case CommandRefusal::noToast:
+        sendErrorReply(errorNoToast, QStringLiteral("no toast is showing"));
+        return;
+    case CommandRefusal::inputOpen:
+        sendErrorReply(errorToastBusy, QStringLiteral("the toast has an input open; finish or close it first"));
+        return;
+    case CommandRefusal::onboarding:
+        sendErrorReply(errorToastBusy, QStringLiteral("the onboarding is showing; finish it first"));
+        return;
+    }
+}
+
+QString ControlService::Status()
+{
+    const QJsonObject object = status ? status() : QJsonObject();
+    return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
 }
 
 void ControlService::ShowPopover()

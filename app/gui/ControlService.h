@@ -1,9 +1,14 @@
 #pragma once
 
 #include "core/TrackedFileStore.h"
+#include "toast/GlobalShortcuts.h"
 
 #include <QDBusContext>
+#include <QJsonObject>
 #include <QObject>
+
+#include <functional>
+#include <optional>
 
 namespace dowsel {
 
@@ -33,6 +38,11 @@ public:
     // Exports the object on the session bus (after the name was claimed).
     bool exportOnSessionBus();
 
+    // What Toast() runs: an action on the toast that is up, as its key would.
+    std::function<std::optional<CommandRefusal>(ShortcutAction, std::optional<Seconds>)> runToastCommand;
+    // What Status() reports.
+    std::function<QJsonObject()> status;
+
 public Q_SLOTS:
     // JSON array of every tracked file: path, name, state, size and dates (ISO 8601).
     QString ListFiles();
@@ -43,6 +53,12 @@ public Q_SLOTS:
     // Moves the tracked item at `path` to the Trash now; an error, and the item still
     // tracked, when the Trash refuses it.
     void Trash(const QByteArray &path);
+    // Acts on the toast that is up: "keep", "keep-for" (with `duration`), "time", "move",
+    // "more", "open", "copy", "share", "delete", "dismiss". An error when no toast is showing.
+    void Toast(const QString &action, const QString &duration);
+    // JSON object: the session, whether the shortcuts work and why not, the combinations
+    // another program holds, autostart, Downloads access.
+    QString Status();
     void ShowPopover();
     void Quit();
 

@@ -1,5 +1,6 @@
 #include "onboarding/gui/OnboardingUi.h"
 
+#include "app/PermissionsManager.h"
 #include "core/Logging.h"
 #include "expiry/ExpirySettings.h"
 #include "onboarding/OnboardingFlow.h"
@@ -25,9 +26,10 @@ OnboardingUi::OnboardingUi(Services services) : m_services(std::move(services))
         .mainExecutor = m_services.mainExecutor,
         .downloadsPath = m_services.downloadsPath,
         .checkShortcuts =
-            [&shortcuts] {
+            [&shortcuts, &permissions = m_services.permissions] {
                 ShortcutCheck check;
-                check.isAvailable = shortcuts.installEventTap();
+                // On a Wayland session the grabs reach X11 windows only: not a working shortcut.
+                check.isAvailable = shortcuts.installEventTap() && permissions.shortcutsUnavailableReason().isEmpty();
                 check.blocked = shortcuts.blockedShortcuts();
                 return check;
             },

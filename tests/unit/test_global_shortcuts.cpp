@@ -204,3 +204,32 @@ TEST_F(ShortcutsFixture, WithoutAKeyHookNothingIsInstalled)
 }
 
 } // namespace
+
+TEST(CommandRefusal, CommandsRunExactlyWhenTheKeysWould)
+{
+    EXPECT_EQ(commandRefusal(noToast), CommandRefusal::noToast);
+    EXPECT_EQ(commandRefusal(panelOpen), CommandRefusal::inputOpen);
+    EXPECT_EQ(commandRefusal(onboarding), CommandRefusal::onboarding);
+    EXPECT_EQ(commandRefusal(toastUp), std::nullopt);
+}
+
+TEST_F(ShortcutsFixture, CommandsQueueTheirActionAndWorkWithoutAKeyHook)
+{
+    grabber.available = false; // a Wayland session without the portal: commands are all there is
+    EXPECT_FALSE(shortcuts.installEventTap());
+    EXPECT_EQ(shortcuts.runCommand(ShortcutAction::markTemporary), CommandRefusal::noToast);
+    main.runAll();
+    EXPECT_TRUE(actions.empty());
+
+    shortcuts.update(toastUp);
+    EXPECT_EQ(shortcuts.runCommand(ShortcutAction::markTemporary), std::nullopt);
+    EXPECT_EQ(shortcuts.runCommand(ShortcutAction::dismiss), std::nullopt);
+    EXPECT_TRUE(actions.empty()) << "a command must run on the main executor, not inside the bus call";
+    main.runAll();
+    EXPECT_EQ(actions, (std::vector<ShortcutAction>{ShortcutAction::markTemporary, ShortcutAction::dismiss}));
+
+    shortcuts.update(panelOpen);
+    EXPECT_EQ(shortcuts.runCommand(ShortcutAction::move), CommandRefusal::inputOpen);
+    main.runAll();
+    EXPECT_EQ(actions.size(), 2u);
+}

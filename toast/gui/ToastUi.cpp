@@ -1,9 +1,12 @@
 #include "toast/gui/ToastUi.h"
 
+#include "core/Session.h"
+#include "platform/linux/gui/PortalKeyGrabber.h"
 #include "platform/linux/gui/QtClipboard.h"
 #include "platform/linux/gui/QtWorkspace.h"
 #include "platform/linux/x11/X11FocusTracker.h"
 #include "platform/linux/x11/XcbKeyGrabber.h"
+#include "platform/Executor.h"
 
 #include <QGuiApplication>
 #include <QPointer>
@@ -12,12 +15,17 @@ namespace dowsel {
 
 ToastDesktop linuxToastDesktop()
 {
-    return {std::make_unique<QtWorkspace>(), std::make_unique<QtClipboard>(), std::make_unique<XcbKeyGrabber>(),
-            nullptr};
+    // On Wayland the X server is Xwayland: its grabs would see keys only over X11 windows.
+    std::unique_ptr<KeyGrabber> keys;
+    if (currentSession().type == SessionType::wayland)
+        keys = std::make_unique<PortalKeyGrabber>(QDBusConnection::sessionBus());
+    else
+        keys = std::make_unique<XcbKeyGrabber>();
+    return {std::make_unique<QtWorkspace>(), std::make_unique<QtClipboard>(), std::move(keys), nullptr};
 }
 
 ToastUi::ToastUi(const ToastUiServices &services, ToastDesktop desktop)
-    : m_workspace(std::move(desktop.workspace)), m_clipboard(std::move(desktop.clipboard)),
+    : m_main(services.mainExecutor), m_workspace(std::move(desktop.workspace)), m_clipboard(std::move(desktop.clipboard)),
       m_keyGrabber(std::move(desktop.keyGrabber)), m_host(services.clock, services.thumbnails),
       m_focus(desktop.focus ? std::move(desktop.focus)
                             : std::make_unique<X11FocusTracker>([this] { return m_host.keyPanel(); })),
@@ -55,8 +63,16 @@ ToastUi::ToastUi(const ToastUiServices &services, ToastDesktop desktop)
             alive->setOptionHeld(isHeld);
     };
     QObject::connect(m_controller.get(), &ToastController::changed, m_controller.get(), [this] { updateShortcuts(); });
+    m_keyGrabber->onAvailabilityChanged = [this] {
+        m_shortcuts.installEventTap();
+        updateShortcuts();
+        if (onShortcutsAvailabilityChanged)
+            onShortcutsAvailabilityChanged();
+    };
     m_shortcuts.installEventTap();
     updateShortcuts();
+    if (auto *portal = dynamic_cast<PortalKeyGrabber *>(m_keyGrabber.get()))
+        portal->start();
 
     // A click elsewhere takes the keyboard from an open input, which then closes as cancelled.
     QObject::connect(qGuiApp, &QGuiApplication::applicationStateChanged, m_controller.get(),
@@ -73,7 +89,10 @@ ToastUi::ToastUi(const ToastUiServices &services, ToastDesktop desktop)
                      });
 }
 
-ToastUi::~ToastUi() = default;
+ToastUi::~ToastUi()
+{
+    m_keyGrabber->onAvailabilityChanged = nullptr;
+}
 
 void ToastUi::updateShortcuts()
 {
@@ -81,6 +100,20 @@ void ToastUi::updateShortcuts()
     const bool isToastShown = controller.state() == DynamicIslandToastState::visible && controller.panel()
                               && controller.panel()->isOnScreen() && !controller.toastEntries().empty();
     m_shortcuts.update({controller.isOnboardingActive(), isToastShown, controller.isAnySurfaceOpen()});
+}
+
+std::optional<CommandRefusal> ToastUi::runCommand(ShortcutAction action, std::optional<Seconds> duration)
+{
+    if (!duration || action != ShortcutAction::markTemporary)
+        return m_shortcuts.runCommand(action);
+    if (const auto refusal = commandRefusal(m_shortcuts.context()))
+        return refusal;
+    const QPointer<ToastController> alive = m_controller.get();
+    m_main.post([alive, duration] {
+        if (alive)
+            alive->markTemporary(duration);
+    });
+    return std::nullopt;
 }
 
 void ToastUi::runShortcut(ShortcutAction action)

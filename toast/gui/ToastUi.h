@@ -48,7 +48,8 @@ struct ToastDesktop {
     std::unique_ptr<FocusTracker> focus;
 };
 
-// The desktop's file manager, clipboard and X11 key grabs.
+// The desktop's file manager, clipboard and key hook: X11 grabs, or on a Wayland session the
+// desktop's GlobalShortcuts portal.
 ToastDesktop linuxToastDesktop();
 
 // The whole toast: the controller, its panels and views, and the global shortcuts wired to
@@ -66,13 +67,23 @@ public:
     QtToastHost &host() { return m_host; }
     // installEventTap() again after a change of permissions; blockedShortcuts() for the settings.
     GlobalShortcuts &shortcuts() { return m_shortcuts; }
+    // The keys reach Dowsel whatever window has the focus (the desktop's portal bound them).
+    bool shortcutsDesktopWide() const { return m_keyGrabber->isDesktopWide() && m_keyGrabber->isAvailable(); }
+    // The key hook became available (or not) after the start: the permissions read again.
+    std::function<void()> onShortcutsAvailabilityChanged;
     Workspace &workspace() { return *m_workspace; }
+
+    // A toast command from outside Dowsel: runs `action` (with `duration`, a keep for that
+    // long) as its key would, queued on the main executor, or says why it cannot now.
+    std::optional<CommandRefusal> runCommand(ShortcutAction action, std::optional<Seconds> duration = std::nullopt);
 
     // Shift+Return during onboarding.
     std::function<void()> onOnboardingPrimary;
 
 private:
     void runShortcut(ShortcutAction action);
+
+    Executor &m_main;
     void updateShortcuts();
 
     std::unique_ptr<Workspace> m_workspace;

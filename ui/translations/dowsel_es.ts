@@ -770,4 +770,11 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
         <translation>Salir de Dowsel</translation>
     </message>
 </context>
+<context>
+    <name>dowsel::PermissionsManager</name>
+    <message>
+        <source>Global shortcuts are not available on this session: on Wayland, Dowsel&apos;s key combinations reach it only while an X11 window has the focus. Bind the commands &quot;dowsel toast keep&quot;, &quot;dowsel toast move&quot; and &quot;dowsel toast dismiss&quot; in your desktop&apos;s keyboard settings; the toast&apos;s buttons work meanwhile.</source>
+        <translation>Los atajos globales no están disponibles en esta sesión: en Wayland, las combinaciones de teclas de Dowsel solo le llegan mientras una ventana X11 tiene el foco. Asigna las órdenes &quot;dowsel toast keep&quot;, &quot;dowsel toast move&quot; y &quot;dowsel toast dismiss&quot; en los ajustes de teclado de tu escritorio; mientras tanto, los botones del aviso funcionan.</translation>
+    </message>
+</context>
 </TS>

@@ -1,0 +1,220 @@
+#include "platform/linux/gui/PortalKeyGrabber.h"
+
+#include "core/Logging.h"
+
+#include <QDBusArgument>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+
+#include <algorithm>
+
+namespace dowsel {
+
+namespace {
+
+const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
+const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
+const QString shortcutsInterface = QStringLiteral("org.freedesktop.portal.GlobalShortcuts");
+const QString requestInterface = QStringLiteral("org.freedesktop.portal.Request");
+
+// One entry of the portal's a(sa{sv}) shortcut lists.
+struct PortalShortcut {
+    QString id;
+    QVariantMap properties;
+};
+
+using PortalShortcuts = QList<PortalShortcut>;
+
+QDBusArgument &operator<<(QDBusArgument &argument, const PortalShortcut &shortcut)
+{
+    argument.beginStructure();
+    argument << shortcut.id << shortcut.properties;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, PortalShortcut &shortcut)
+{
+    argument.beginStructure();
+    argument >> shortcut.id >> shortcut.properties;
+    argument.endStructure();
+    return argument;
+}
+
+constexpr unsigned superShift = SuperModifier | ShiftModifier;
+
+} // namespace
+
+} // namespace dowsel
+
+Q_DECLARE_METATYPE(dowsel::PortalShortcut)
+
+namespace dowsel {
+
+const std::map<QString, std::pair<KeyCombination, QString>> &PortalKeyGrabber::shortcuts()
+{
+    // Escape alone would be taken from every application for good: dismissing asks for
+    // Super+Shift+Escape instead, and stands for the toast's Escape.
+    static const std::map<QString, std::pair<KeyCombination, QString>> table{
+        {QStringLiteral("keep"), {{ShortcutKey::T, superShift}, QStringLiteral("LOGO+SHIFT+t")}},
+        {QStringLiteral("keep-for"), {{ShortcutKey::T, superShift | AltModifier}, QStringLiteral("LOGO+SHIFT+ALT+t")}},
+        {QStringLiteral("share"), {{ShortcutKey::S, superShift}, QStringLiteral("LOGO+SHIFT+s")}},
+        {QStringLiteral("copy"), {{ShortcutKey::C, superShift}, QStringLiteral("LOGO+SHIFT+c")}},
+        {QStringLiteral("open"), {{ShortcutKey::O, superShift}, QStringLiteral("LOGO+SHIFT+o")}},
+        {QStringLiteral("move"), {{ShortcutKey::M, superShift}, QStringLiteral("LOGO+SHIFT+m")}},
+        {QStringLiteral("more"), {{ShortcutKey::Period, superShift}, QStringLiteral("LOGO+SHIFT+period")}},
+        {QStringLiteral("delete"), {{ShortcutKey::Backspace, superShift}, QStringLiteral("LOGO+SHIFT+BackSpace")}},
+        {QStringLiteral("dismiss"), {{ShortcutKey::Escape, NoModifier}, QStringLiteral("LOGO+SHIFT+Escape")}},
+    };
+    return table;
+}
+
+PortalKeyGrabber::PortalKeyGrabber(QDBusConnection bus, QObject *parent) : QObject(parent), m_bus(std::move(bus))
+{
+    // The Activated slot takes an object path: its type must be known by name to connect it.
+    qRegisterMetaType<QDBusObjectPath>();
+    qDBusRegisterMetaType<PortalShortcut>();
+    qDBusRegisterMetaType<PortalShortcuts>();
+}
+
+QString PortalKeyGrabber::requestPath(const QString &token) const
+{
+    QString sender = m_bus.baseService();
+    sender.remove(0, sender.startsWith(QLatin1Char(':')) ? 1 : 0);
+    sender.replace(QLatin1Char('.'), QLatin1Char('_'));
+    return portalPath + QStringLiteral("/request/") + sender + QLatin1Char('/') + token;
+}
+
+bool PortalKeyGrabber::awaitResponse(const QString &token, const char *slot)
+{
+    // Subscribed before the call, so that a quick answer is not missed.
+    m_pendingRequest = requestPath(token);
+    return m_bus.connect(portalService, m_pendingRequest, requestInterface, QStringLiteral("Response"), this, slot);
+}
+
+void PortalKeyGrabber::call(const QString &method, const QVariantList &arguments, const QString &token, const char *slot)
+{
+    if (!awaitResponse(token, slot)) {
+        finish(State::missing, m_bus.lastError().message());
+        return;
+    }
+    QDBusMessage message = QDBusMessage::createMethodCall(portalService, portalPath, shortcutsInterface, method);
+    message.setArguments(arguments);
+    auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, slot] {
+        watcher->deleteLater();
+        const QDBusPendingReply<QDBusObjectPath> reply = *watcher;
+        if (reply.isError()) {
+            finish(State::missing, reply.error().message());
+            return;
+        }
+        // Older portals name the request themselves: follow that one too.
+        const QString handed = reply.value().path();
+        if (handed != m_pendingRequest) {
+            m_pendingRequest = handed;
+            m_bus.connect(portalService, handed, requestInterface, QStringLiteral("Response"), this, slot);
+        }
+    });
+}
+
+void PortalKeyGrabber::start()
+{
+    if (m_state != State::idle)
+        return;
+    m_state = State::connecting;
+    if (!m_bus.isConnected()) {
+        finish(State::missing, QStringLiteral("no session bus"));
+        return;
+    }
+    if (!m_bus.connect(portalService, portalPath, shortcutsInterface, QStringLiteral("Activated"), this,
+                       SLOT(onActivated(QDBusObjectPath, QString, qulonglong, QVariantMap)))) {
+        qCInfo(lcShortcuts).noquote() << "portal: cannot follow Activated: " + m_bus.lastError().message();
+    }
+    const QString token = QStringLiteral("dowsel_session");
+    call(QStringLiteral("CreateSession"),
+         {QVariantMap{{QStringLiteral("handle_token"), token}, {QStringLiteral("session_handle_token"), token}}}, token,
+         SLOT(onCreateSessionResponse(uint, QVariantMap)));
+}
+
+void PortalKeyGrabber::onCreateSessionResponse(uint response, const QVariantMap &results)
+{
+    m_bus.disconnect(portalService, m_pendingRequest, requestInterface, QStringLiteral("Response"), this,
+                     SLOT(onCreateSessionResponse(uint, QVariantMap)));
+    // A string by the documentation; some portals send an object path.
+    const QVariant handle = results.value(QStringLiteral("session_handle"));
+    m_session = handle.canConvert<QDBusObjectPath>() && handle.userType() == qMetaTypeId<QDBusObjectPath>()
+                    ? handle.value<QDBusObjectPath>().path()
+                    : handle.toString();
+    if (response != 0 || m_session.isEmpty()) {
+        finish(State::declined, QStringLiteral("the desktop refused a shortcuts session"));
+        return;
+    }
+    PortalShortcuts list;
+    for (const auto &[id, binding] : shortcuts()) {
+        list.append({id,
+                     {{QStringLiteral("description"), id},
+                      {QStringLiteral("preferred_trigger"), binding.second}}});
+    }
+    const QString token = QStringLiteral("dowsel_bind");
+    call(QStringLiteral("BindShortcuts"),
+         {QVariant::fromValue(QDBusObjectPath(m_session)), QVariant::fromValue(list), QString(),
+          QVariantMap{{QStringLiteral("handle_token"), token}}},
+         token, SLOT(onBindResponse(uint, QVariantMap)));
+}
+
+void PortalKeyGrabber::onBindResponse(uint response, const QVariantMap &results)
+{
+    m_bus.disconnect(portalService, m_pendingRequest, requestInterface, QStringLiteral("Response"), this,
+                     SLOT(onBindResponse(uint, QVariantMap)));
+    PortalShortcuts bound;
+    const QVariant value = results.value(QStringLiteral("shortcuts"));
+    if (value.canConvert<QDBusArgument>())
+        value.value<QDBusArgument>() >> bound;
+    if (response != 0 || bound.isEmpty()) {
+        finish(State::declined, QStringLiteral("the shortcuts were not bound"));
+        return;
+    }
+    finish(State::bound);
+}
+
+void PortalKeyGrabber::finish(State state, const QString &detail)
+{
+    if (m_state == State::bound || m_state == State::missing || m_state == State::declined)
+        return;
+    qCInfo(lcShortcuts).noquote() << QStringLiteral("portal: %1 %2")
+                                         .arg(state == State::bound ? QStringLiteral("shortcuts bound") : QStringLiteral("no shortcuts:"), detail);
+    m_state = state;
+    m_detail = detail;
+    if (onAvailabilityChanged)
+        onAvailabilityChanged();
+}
+
+std::vector<KeyCombination> PortalKeyGrabber::grab(const std::vector<KeyCombination> &combinations)
+{
+    m_active = combinations;
+    return {};
+}
+
+void PortalKeyGrabber::ungrabAll()
+{
+    m_active.clear();
+}
+
+void PortalKeyGrabber::onActivated(const QDBusObjectPath &session, const QString &shortcutId, qulonglong,
+                                   const QVariantMap &)
+{
+    qCDebug(lcShortcuts).noquote() << "portal: Activated " + shortcutId;
+    if (m_state != State::bound || session.path() != m_session)
+        return;
+    const auto found = shortcuts().find(shortcutId);
+    if (found == shortcuts().end())
+        return;
+    const KeyCombination combination = found->second.first;
+    if (std::find(m_active.begin(), m_active.end(), combination) == m_active.end() || !onPressed)
+        return;
+    onPressed(combination);
+}
+
+} // namespace dowsel

@@ -1,0 +1,177 @@
+#include "FakePortal.h"
+#include "platform/fake/Executors.h"
+#include "platform/linux/gui/PortalKeyGrabber.h"
+#include "toast/GlobalShortcuts.h"
+
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusObjectPath>
+#include <QDBusVirtualObject>
+#include <QProcess>
+#include <QTest>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+using namespace dowsel;
+
+namespace {
+
+using namespace fakeportal;
+
+// A private session bus, a fake portal on it (unless the test leaves it out) and the client.
+class PortalShortcutsTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        qDBusRegisterMetaType<Shortcut>();
+        qDBusRegisterMetaType<QList<Shortcut>>();
+        m_daemon.start(QStringLiteral("dbus-daemon"),
+                       {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address=1")});
+        ASSERT_TRUE(m_daemon.waitForReadyRead(10000)) << "dbus-daemon did not start";
+        m_address = QString::fromUtf8(m_daemon.readLine()).trimmed();
+        ASSERT_FALSE(m_address.isEmpty());
+    }
+
+    void TearDown() override
+    {
+        QDBusConnection::disconnectFromBus(QStringLiteral("portal-client"));
+        QDBusConnection::disconnectFromBus(QStringLiteral("portal-fake"));
+        m_daemon.terminate();
+        m_daemon.waitForFinished(5000);
+    }
+
+    void startPortal()
+    {
+        QDBusConnection bus = QDBusConnection::connectToBus(m_address, QStringLiteral("portal-fake"));
+        ASSERT_TRUE(bus.isConnected());
+        portal = std::make_unique<FakePortal>(bus);
+        ASSERT_TRUE(bus.registerVirtualObject(portalPath, portal.get()));
+        ASSERT_TRUE(bus.registerService(QStringLiteral("org.freedesktop.portal.Desktop")));
+    }
+
+    void startClient()
+    {
+        client = std::make_unique<PortalKeyGrabber>(QDBusConnection::connectToBus(m_address, QStringLiteral("portal-client")));
+        client->onAvailabilityChanged = [this] { ++stateChanges; };
+        client->onPressed = [this](KeyCombination combination) { pressed.push_back(combination); };
+        client->start();
+        ASSERT_TRUE(QTest::qWaitFor([this] { return stateChanges > 0; }, 10000)) << "the client never settled";
+    }
+
+    // Lets signals in flight arrive.
+    static void settle() { QTest::qWait(200); }
+
+    std::unique_ptr<FakePortal> portal;
+    std::unique_ptr<PortalKeyGrabber> client;
+    int stateChanges = 0;
+    std::vector<KeyCombination> pressed;
+
+private:
+    QProcess m_daemon;
+    QString m_address;
+};
+
+constexpr KeyCombination keepKeys{ShortcutKey::T, SuperModifier | ShiftModifier};
+constexpr KeyCombination escapeKeys{ShortcutKey::Escape, NoModifier};
+
+TEST_F(PortalShortcutsTest, OneSessionBindsDowselsCombinationsAsPreferredTriggers)
+{
+    startPortal();
+    startClient();
+    EXPECT_EQ(client->state(), PortalKeyGrabber::State::bound) << client->detail().toStdString();
+    EXPECT_TRUE(client->isAvailable());
+    EXPECT_EQ(portal->sessionsCreated, 1);
+    EXPECT_EQ(portal->bindCalls, 1);
+    EXPECT_EQ(portal->boundSession, portal->session);
+    EXPECT_EQ(portal->requested.size(), 9);
+    EXPECT_EQ(portal->preferredTrigger(QStringLiteral("keep")), QStringLiteral("LOGO+SHIFT+t"));
+    EXPECT_EQ(portal->preferredTrigger(QStringLiteral("keep-for")), QStringLiteral("LOGO+SHIFT+ALT+t"));
+    EXPECT_EQ(portal->preferredTrigger(QStringLiteral("dismiss")), QStringLiteral("LOGO+SHIFT+Escape"))
+        << "Escape alone would be taken from every application for good";
+    client->start();
+    settle();
+    EXPECT_EQ(portal->sessionsCreated, 1) << "a second start must not create another session";
+}
+
+TEST_F(PortalShortcutsTest, ASessionHandedAsAnObjectPathIsFollowedToo)
+{
+    startPortal();
+    portal->sessionHandleAsObjectPath = true;
+    startClient();
+    ASSERT_TRUE(client->isAvailable()) << client->detail().toStdString();
+    EXPECT_EQ(portal->boundSession, portal->session);
+    client->grab({keepKeys});
+    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("keep"));
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !pressed.empty(); }, 5000));
+}
+
+TEST_F(PortalShortcutsTest, ActivationsCountOnlyWhileTheirKeysAreWanted)
+{
+    startPortal();
+    startClient();
+    ASSERT_TRUE(client->isAvailable());
+    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("keep"));
+    settle();
+    EXPECT_TRUE(pressed.empty()) << "no toast is up: nothing is grabbed";
+
+    client->grab({keepKeys, escapeKeys});
+    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("keep"));
+    portal->emitSignal(QStringLiteral("Deactivated"), portal->session, QStringLiteral("keep"));
+    portal->emitSignal(QStringLiteral("Activated"), QStringLiteral("/org/freedesktop/portal/desktop/session/other/x"),
+                       QStringLiteral("dismiss"));
+    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("unknown"));
+    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("dismiss"));
+    ASSERT_TRUE(QTest::qWaitFor([this] { return pressed.size() >= 2; }, 5000));
+    settle();
+    EXPECT_EQ(pressed, (std::vector<KeyCombination>{keepKeys, escapeKeys}))
+        << "a release, another session's shortcut and an unknown id count for nothing";
+
+    client->ungrabAll();
+    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("keep"));
+    settle();
+    EXPECT_EQ(pressed.size(), 2u);
+}
+
+TEST_F(PortalShortcutsTest, ThroughTheShortcutsAnActivationRunsTheToastsAction)
+{
+    startPortal();
+    startClient();
+    ManualExecutor main;
+    GlobalShortcuts shortcuts(*client, main);
+    std::vector<ShortcutAction> actions;
+    shortcuts.onAction = [&actions](ShortcutAction action) { actions.push_back(action); };
+    ASSERT_TRUE(shortcuts.installEventTap());
+    EXPECT_TRUE(shortcuts.blockedShortcuts().isEmpty());
+    shortcuts.update({.isOnboardingActive = false, .isToastShown = true, .isSecondarySurfaceOpen = false});
+    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("move"));
+    ASSERT_TRUE(QTest::qWaitFor([&main] { return main.queued() > 0; }, 5000));
+    main.runAll();
+    EXPECT_EQ(actions, std::vector<ShortcutAction>{ShortcutAction::move});
+    shortcuts.update({});
+    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("move"));
+    settle();
+    main.runAll();
+    EXPECT_EQ(actions.size(), 1u) << "with the toast gone the activation is ignored";
+}
+
+TEST_F(PortalShortcutsTest, AMissingPortalOrADecliningUserLeavesTheShortcutsUnavailable)
+{
+    startClient();
+    EXPECT_EQ(client->state(), PortalKeyGrabber::State::missing);
+    EXPECT_FALSE(client->isAvailable());
+    EXPECT_FALSE(client->detail().isEmpty());
+
+    client.reset();
+    stateChanges = 0;
+    startPortal();
+    portal->userDeclines = true;
+    startClient();
+    EXPECT_EQ(client->state(), PortalKeyGrabber::State::declined);
+    EXPECT_FALSE(client->isAvailable());
+    EXPECT_EQ(portal->bindCalls, 1);
+}
+
+} // namespace
