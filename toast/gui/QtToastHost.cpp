@@ -35,6 +35,20 @@ constexpr QSize inputPanelSize(480, 52);
 constexpr QSize moreMenuPanelSize(480, 96);
 constexpr QSize hintPanelSize(500, 160);
 
+// The centred text of the hint and notice panels under the island.
+QLabel *panelLabel(const QString &text)
+{
+    auto *label = new QLabel(text);
+    label->setWordWrap(true);
+    label->setAlignment(Qt::AlignCenter);
+    label->setMargin(18);
+    label->setFont(surfacestyle::font(13, QFont::Medium));
+    QPalette palette = label->palette();
+    palette.setColor(QPalette::WindowText, surfacestyle::primary());
+    label->setPalette(palette);
+    return label;
+}
+
 QWidget *defaultHintContent(HintPhase phase)
 {
     QString text;
@@ -49,15 +63,7 @@ QWidget *defaultHintContent(HintPhase phase)
         text = QtToastHost::tr("Done. The practice file is where you left it.");
         break;
     }
-    auto *label = new QLabel(text);
-    label->setWordWrap(true);
-    label->setAlignment(Qt::AlignCenter);
-    label->setMargin(18);
-    label->setFont(surfacestyle::font(13, QFont::Medium));
-    QPalette palette = label->palette();
-    palette.setColor(QPalette::WindowText, surfacestyle::primary());
-    label->setPalette(palette);
-    return label;
+    return panelLabel(text);
 }
 
 // The share menu sits under the dark island and beside the dark inputs: it is dark too.
@@ -392,14 +398,7 @@ void QtToastHost::showNotice(const QString &title, const QString &text)
     delete m_notice;
     auto *panel = new SurfacePanel(FloatingPanel::Role::display, hintPanelSize);
     m_notice = panel;
-    auto *label = new QLabel(QStringLiteral("<b>%1</b><br>%2").arg(title.toHtmlEscaped(), text.toHtmlEscaped()));
-    label->setWordWrap(true);
-    label->setAlignment(Qt::AlignCenter);
-    label->setMargin(18);
-    label->setFont(surfacestyle::font(13, QFont::Medium));
-    QPalette palette = label->palette();
-    palette.setColor(QPalette::WindowText, surfacestyle::primary());
-    label->setPalette(palette);
+    auto *label = panelLabel(QStringLiteral("<b>%1</b><br>%2").arg(title.toHtmlEscaped(), text.toHtmlEscaped()));
     panel->setContent(label);
     const int width = qRound(panelgeometry::surfacePanelWidth);
     if (QScreen *current = screen())
