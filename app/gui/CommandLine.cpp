@@ -120,6 +120,19 @@ int status(QDBusInterface &dowsel)
     if (!text("desktop").isEmpty())
         session += QStringLiteral(" (") + text("desktop") + QLatin1Char(')');
     printLine(QStringLiteral("Session:            ") + session);
+    QString windows = text("windows");
+    if (windows == QLatin1String("xwayland")) {
+        windows = QStringLiteral("through Xwayland");
+        if (!text("x11WindowManager").isEmpty())
+            windows += QStringLiteral(" (") + text("x11WindowManager") + QLatin1Char(')');
+        windows += status.value(QStringLiteral("inputsUnmanaged")).toBool()
+            ? QStringLiteral(": the toast and its inputs above other windows, the inputs take the keyboard when shown")
+            : QStringLiteral(": the toast above other windows, its inputs as dialogs the desktop activates");
+    } else if (windows == QLatin1String("wayland")) {
+        windows = QStringLiteral("Wayland (QT_QPA_PLATFORM): the desktop places the toast, which may cover clicks");
+    }
+    if (!windows.isEmpty())
+        printLine(QStringLiteral("Windows:            ") + windows);
     QString shortcuts = yesNo("shortcutsGranted");
     if (!text("shortcutsReason").isEmpty())
         shortcuts += QStringLiteral(": ") + text("shortcutsReason");

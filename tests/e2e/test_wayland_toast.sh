@@ -1,0 +1,75 @@
+#!/usr/bin/env bash
+# The toast on a Wayland session, under a real compositor: a headless sway with Xwayland.
+# Dowsel draws through Xwayland there; the island must sit at the top centre above an
+# ordinary (native Wayland) window, let the clicks beside it through to that window, never
+# take its keyboard by appearing, and its time input must take typed keys when a command
+# opens it and give the keyboard back when done. The `dowsel toast` commands drive it.
+# Skips (77) where sway cannot start.
+source "$(dirname "$0")/lib.sh"
+RECORDER=${RECORDER:-$(dirname "$DOWSEL")/tests/dowsel_click_recorder}
+[ -x "$RECORDER" ] || fail "no click recorder at $RECORDER (build dowsel_click_recorder)"
+D="$HOME/Downloads"
+e2e_start_sway 1280 800
+e2e_start_bus
+e2e_settings
+
+# A headless sway has no keyboard; Xwayland passes keys on only while the seat has one.
+e2e_start_wl_keyboard
+
+# The user's application: a native Wayland window filling the screen.
+CLICKS="$E2E_ROOT/recorder.log"
+: >"$CLICKS"
+QT_QPA_PLATFORM=wayland "$RECORDER" "$CLICKS" >"$E2E_ROOT/recorder.out" 2>&1 &
+E2E_PIDS+=($!)
+wait_for 10 grep -q "^focus in" "$CLICKS" || fail "the test window did not come up: $(cat "$E2E_ROOT/recorder.out")"
+recorder_focus() { grep "^focus" "$CLICKS" | tail -n 1; }
+recorder_has_focus() { [ "$(recorder_focus)" = "focus in" ]; }
+recorder_keys() { grep "^key " "$CLICKS" | cut -c5- | tr -d '\n'; }
+
+e2e_launch
+toast_showing() { "$DOWSEL" status | grep -q "^Toast showing: *yes$"; }
+toast_gone() { "$DOWSEL" status | grep -q "^Toast showing: *no$"; }
+"$DOWSEL" status >"$E2E_ROOT/status" || fail "dowsel status failed"
+grep -q "^Session: *wayland (sway)$" "$E2E_ROOT/status" || fail "status under sway: $(cat "$E2E_ROOT/status")"
+grep -q "^Windows: *through Xwayland (wlroots wm): .*inputs take the keyboard" "$E2E_ROOT/status" \
+  || fail "status under sway: $(cat "$E2E_ROOT/status")"
+pass "on a Wayland session with Xwayland Dowsel draws through Xwayland and says so"
+
+# --- The island: top centre, above the window, not taking its keyboard.
+echo a >"$D/a.txt"
+wait_for 10 toast_showing || fail "no toast for a.txt"
+island=$(mapped_window_of_size 820x120) || fail "no island window: $(xwininfo -root -children)"
+[ "$(window_origin "$island")" = "230 0" ] || fail "the island is at $(window_origin "$island"), not the top centre"
+sleep 0.5 # the island grows in
+grim "$E2E_ROOT/shot.png"
+[ -n "${E2E_SHOTS:-}" ] && cp "$E2E_ROOT/shot.png" "$E2E_SHOTS/wayland-toast.png"
+is_recorder_blue() { [ "$(png_pixel "$E2E_ROOT/shot.png" "$1" "$2")" = "32 96 208" ]; }
+is_island_dark() { local r g b; read -r r g b < <(png_pixel "$E2E_ROOT/shot.png" "$1" "$2"); [ "$r" -lt 40 ] && [ "$g" -lt 40 ] && [ "$b" -lt 40 ]; }
+is_island_dark 640 12 || fail "no island drawn at the top centre: $(png_pixel "$E2E_ROOT/shot.png" 640 12)"
+is_island_dark 400 12 && is_island_dark 880 12 || fail "the island is not centred"
+is_recorder_blue 200 12 && is_recorder_blue 1080 12 && is_recorder_blue 640 300 \
+  || fail "the window around the island is hidden: $(png_pixel "$E2E_ROOT/shot.png" 200 12)"
+recorder_has_focus || fail "the island took the keyboard from the window: $(recorder_focus)"
+pass "the island is drawn at the top centre above the window, which keeps the keyboard"
+
+wl_click_at 150 300
+wait_for 5 grep -q "^press 150 300" "$CLICKS" || fail "a click on the window did not reach it: $(cat "$CLICKS")"
+wl_click_at 200 40
+wait_for 5 grep -q "^press 200 40" "$CLICKS" || fail "a click beside the island did not reach the window: $(cat "$CLICKS")"
+toast_showing || fail "a click beside the island closed the toast"
+pass "clicks beside the island reach the window below"
+
+# --- The time input, opened by the command, takes the keys and gives the keyboard back.
+"$DOWSEL" toast time || fail "dowsel toast time failed"
+wait_for 5 eval '! recorder_has_focus' || fail "the time input did not take the keyboard"
+wl_keys type 2h
+wl_keys key Return
+wait_for 5 state_is a.txt temporary || fail "2h and Return in the time input did not keep a.txt: $(state_of a.txt); the window got \"$(recorder_keys)\""
+kept=$(DB "select cast(round(expires_at - marked_temporary_at) as integer) from tracked_file where file_name = 'a.txt'")
+[ "$kept" = 7200 ] || fail "the time input kept a.txt for $kept s"
+"$DOWSEL" list | grep -q "^temporary .*$D/a.txt$" || fail "dowsel list: $("$DOWSEL" list)"
+[ -z "$(recorder_keys)" ] || fail "keys typed into the time input reached the window: $(recorder_keys)"
+wait_for 5 recorder_has_focus || fail "the keyboard did not go back to the window"
+wl_keys type x
+wait_for 5 eval '[ "$(recorder_keys)" = x ]' || fail "keys after the time input do not reach the window: $(recorder_keys)"
+pass "the time input takes typed keys (2h + Return keeps the file for 2 h) and gives the keyboard back"
