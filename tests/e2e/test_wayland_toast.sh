@@ -9,6 +9,7 @@ source "$(dirname "$0")/lib.sh"
 RECORDER=${RECORDER:-$(dirname "$DOWSEL")/tests/dowsel_click_recorder}
 [ -x "$RECORDER" ] || fail "no click recorder at $RECORDER (build dowsel_click_recorder)"
 D="$HOME/Downloads"
+mkdir -p "$HOME/Documents/Invoices" "$HOME/Music/Live"
 e2e_start_sway 1280 800
 e2e_start_bus
 e2e_settings
@@ -26,7 +27,9 @@ recorder_focus() { grep "^focus" "$CLICKS" | tail -n 1; }
 recorder_has_focus() { [ "$(recorder_focus)" = "focus in" ]; }
 recorder_keys() { grep "^key " "$CLICKS" | cut -c5- | tr -d '\n'; }
 
-e2e_launch
+# The toast's log says when an input holds the keyboard; keys typed before that are lost.
+QT_LOGGING_RULES="dowsel.toast.debug=true" e2e_launch
+grabs() { grep -c "Keyboard grabbed for an input panel" "$E2E_ROOT/dowsel.log" || true; }
 toast_showing() { "$DOWSEL" status | grep -q "^Toast showing: *yes$"; }
 toast_gone() { "$DOWSEL" status | grep -q "^Toast showing: *no$"; }
 "$DOWSEL" status >"$E2E_ROOT/status" || fail "dowsel status failed"
@@ -57,11 +60,17 @@ wait_for 5 grep -q "^press 150 300" "$CLICKS" || fail "a click on the window did
 wl_click_at 200 40
 wait_for 5 grep -q "^press 200 40" "$CLICKS" || fail "a click beside the island did not reach the window: $(cat "$CLICKS")"
 toast_showing || fail "a click beside the island closed the toast"
-pass "clicks beside the island reach the window below"
+presses=$(grep -c "^press" "$CLICKS")
+wl_click_at 640 3
+sleep 0.3
+[ "$(grep -c "^press" "$CLICKS")" -eq "$presses" ] || fail "a click on the island went through it: $(tail -n 1 "$CLICKS")"
+pass "clicks beside the island reach the window below; clicks on it do not"
 
 # --- The time input, opened by the command, takes the keys and gives the keyboard back.
+grabs_before=$(grabs)
 "$DOWSEL" toast time || fail "dowsel toast time failed"
 wait_for 5 eval '! recorder_has_focus' || fail "the time input did not take the keyboard"
+wait_for 5 eval '[ "$(grabs)" -gt "$grabs_before" ]' || fail "the time input did not grab the keyboard"
 wl_keys type 2h
 wl_keys key Return
 wait_for 5 state_is a.txt temporary || fail "2h and Return in the time input did not keep a.txt: $(state_of a.txt); the window got \"$(recorder_keys)\""
@@ -73,3 +82,35 @@ wait_for 5 recorder_has_focus || fail "the keyboard did not go back to the windo
 wl_keys type x
 wait_for 5 eval '[ "$(recorder_keys)" = x ]' || fail "keys after the time input do not reach the window: $(recorder_keys)"
 pass "the time input takes typed keys (2h + Return keeps the file for 2 h) and gives the keyboard back"
+
+# --- The move input, opened by its command: typed words pick the folder, Return moves there.
+echo slides >"$D/slides.pdf"
+wait_for 10 toast_showing || fail "no toast for slides.pdf"
+grabs_before=$(grabs)
+"$DOWSEL" toast move || fail "dowsel toast move failed"
+wait_for 5 eval '! recorder_has_focus' || fail "the move input did not take the keyboard"
+wait_for 5 eval '[ "$(grabs)" -gt "$grabs_before" ]' || fail "the move input did not grab the keyboard"
+move_input=$(mapped_window_of_size '500x[0-9]*') || fail "no move input window: $(xwininfo -root -children)"
+read -r x y < <(window_origin "$move_input")
+[ "$x" = 390 ] && [ "$y" -ge 72 ] && [ "$y" -le 140 ] || fail "the move input is at $x $y, not under the island"
+wl_keys type docu invo
+sleep 0.5 # the folder index answers
+wl_keys key Return
+wait_for 5 test -e "$HOME/Documents/Invoices/slides.pdf" || fail "the move input did not move slides.pdf: the window got \"$(recorder_keys)\""
+[ "$(recorder_keys)" = x ] || fail "keys typed into the move input reached the window: $(recorder_keys)"
+wait_for 5 recorder_has_focus || fail "the keyboard did not go back after the move input"
+pass "the move input takes typed keys and moves the file into the folder they name"
+
+# --- The commands bound in the desktop's keyboard settings drive the toast.
+echo c >"$D/c.txt"
+wait_for 10 toast_showing || fail "no toast for c.txt"
+"$DOWSEL" toast keep || fail "dowsel toast keep failed"
+wait_for 5 state_is c.txt temporary || fail "toast keep did not keep c.txt: $(state_of c.txt)"
+wait_for 5 toast_gone || fail "the toast stayed after toast keep"
+echo d >"$D/d.txt"
+wait_for 10 toast_showing || fail "no toast for d.txt"
+"$DOWSEL" toast dismiss || fail "dowsel toast dismiss failed"
+wait_for 5 state_is d.txt dismissed || fail "toast dismiss did not dismiss d.txt: $(state_of d.txt)"
+wait_for 5 eval '! mapped_window_of_size 820x120 >/dev/null' || fail "the island stayed after toast dismiss"
+recorder_has_focus || fail "the window lost the keyboard to the toast commands"
+pass "dowsel toast keep and dismiss act on the toast under sway"

@@ -1,5 +1,6 @@
 #include "toast/gui/FloatingPanel.h"
 
+#include "core/Logging.h"
 #include "platform/linux/x11/X11Desktop.h"
 
 #include <QTimer>
@@ -110,8 +111,14 @@ void FloatingPanel::grabKeyboardWhenViewable()
         return;
     --m_grabAttempts;
     QWindow *window = windowHandle();
-    if (window && x11::grabKeyboard(*window))
+    if (window && x11::grabKeyboard(*window)) {
+        qCDebug(lcToast) << "Keyboard grabbed for an input panel";
         return;
+    }
+    if (m_grabAttempts == 0) {
+        qCWarning(lcToast) << "Could not grab the keyboard for an input panel: another program holds it";
+        return;
+    }
     QTimer::singleShot(20, this, [this] { grabKeyboardWhenViewable(); });
 }
 

@@ -139,10 +139,11 @@ bool grabKeyboard(QWindow &window)
     xcb_connection_t *c = connection();
     if (!c || !window.handle())
         return false;
-    // Owner events: keys still go to whichever of Dowsel's windows they are for.
+    // Without owner events: with the focus at the pointer root, a key would otherwise go to
+    // whichever of Dowsel's windows lies under the pointer (the island), not to this one.
     XcbReply<xcb_grab_keyboard_reply_t> reply(xcb_grab_keyboard_reply(
         c,
-        xcb_grab_keyboard(c, 1, static_cast<xcb_window_t>(window.winId()), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC,
+        xcb_grab_keyboard(c, 0, static_cast<xcb_window_t>(window.winId()), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC,
                           XCB_GRAB_MODE_ASYNC),
         nullptr));
     return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
