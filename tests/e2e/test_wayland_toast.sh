@@ -101,6 +101,21 @@ wait_for 5 test -e "$HOME/Documents/Invoices/slides.pdf" || fail "the move input
 wait_for 5 recorder_has_focus || fail "the keyboard did not go back after the move input"
 pass "the move input takes typed keys and moves the file into the folder they name"
 
+# --- Over a full-screen window the island still shows, and still leaves the keyboard alone.
+swaymsg '[title="click recorder"] fullscreen enable' >/dev/null || fail "sway could not make the window full screen"
+wait_for 5 eval 'swaymsg -t get_tree | grep -q "\"fullscreen_mode\": 1"' || fail "the window did not go full screen"
+echo e >"$D/e.txt"
+wait_for 10 toast_showing || fail "no toast for e.txt"
+sleep 0.5
+grim "$E2E_ROOT/shot.png"
+is_island_dark 640 12 || fail "no island over the full-screen window: $(png_pixel "$E2E_ROOT/shot.png" 640 12)"
+is_recorder_blue 200 12 || fail "the full-screen window is not around the island: $(png_pixel "$E2E_ROOT/shot.png" 200 12)"
+recorder_has_focus || fail "the island took the keyboard from the full-screen window"
+"$DOWSEL" toast dismiss || fail "dowsel toast dismiss failed"
+wait_for 5 eval '! mapped_window_of_size 820x120 >/dev/null' || fail "the island stayed after toast dismiss"
+swaymsg '[title="click recorder"] fullscreen disable' >/dev/null
+pass "the island shows above a full-screen window"
+
 # --- The commands bound in the desktop's keyboard settings drive the toast.
 echo c >"$D/c.txt"
 wait_for 10 toast_showing || fail "no toast for c.txt"
