@@ -78,6 +78,8 @@ QString windowsName(const Session &session)
         return QStringLiteral("xwayland");
     if (session.nativeWaylandWindows)
         return QStringLiteral("wayland");
+    if (QGuiApplication::platformName() == QLatin1String("xcb"))
+        return QStringLiteral("x11");
     return QGuiApplication::platformName();
 }
 

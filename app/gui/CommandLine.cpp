@@ -129,7 +129,9 @@ int status(QDBusInterface &dowsel)
             ? QStringLiteral(": the toast and its inputs above other windows, the inputs take the keyboard when shown")
             : QStringLiteral(": the toast above other windows, its inputs as dialogs the desktop activates");
     } else if (windows == QLatin1String("wayland")) {
-        windows = QStringLiteral("Wayland (QT_QPA_PLATFORM): the desktop places the toast, which may cover clicks");
+        windows = QStringLiteral("Wayland: the desktop places the toast, and clicks beside it do not pass");
+    } else if (windows == QLatin1String("x11")) {
+        windows = QStringLiteral("X11");
     }
     if (!windows.isEmpty())
         printLine(QStringLiteral("Windows:            ") + windows);
