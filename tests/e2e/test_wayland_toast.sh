@@ -129,3 +129,10 @@ wait_for 5 state_is d.txt dismissed || fail "toast dismiss did not dismiss d.txt
 wait_for 5 eval '! mapped_window_of_size 820x120 >/dev/null' || fail "the island stayed after toast dismiss"
 recorder_has_focus || fail "the window lost the keyboard to the toast commands"
 pass "dowsel toast keep and dismiss act on the toast under sway"
+
+# --- Without an Xwayland that answers, Dowsel still starts, as a plain Wayland client, and says so.
+e2e_stop
+DISPLAY=:9999 e2e_launch
+"$DOWSEL" status | grep -q "^Windows: *Wayland: the desktop places the toast" \
+  || fail "status without Xwayland: $("$DOWSEL" status)"
+pass "without Xwayland Dowsel runs as a Wayland client and says what that costs"
