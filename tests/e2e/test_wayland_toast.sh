@@ -130,6 +130,24 @@ wait_for 5 eval '! mapped_window_of_size 820x120 >/dev/null' || fail "the island
 recorder_has_focus || fail "the window lost the keyboard to the toast commands"
 pass "dowsel toast keep and dismiss act on the toast under sway"
 
+# --- A second output: the island goes to the one sway has focused, though no X11 window is
+# active to tell it.
+swaymsg create_output >/dev/null || fail "sway could not add an output"
+swaymsg output HEADLESS-2 resolution 1024x768 position 1280 0 >/dev/null
+swaymsg focus output HEADLESS-2 >/dev/null
+wait_for 5 eval 'xrandr 2>/dev/null | grep -q " connected 1024x768+1280+0"' \
+  || fail "Xwayland does not show the second output: $(xrandr 2>&1)"
+echo f >"$D/f.txt"
+wait_for 10 toast_showing || fail "no toast for f.txt"
+island=$(mapped_window_of_size 820x120) || fail "no island window for f.txt"
+[ "$(window_origin "$island")" = "1382 0" ] \
+  || fail "the island is at $(window_origin "$island"), not the top centre of the focused output (1382 0)"
+sleep 0.5
+grim -o HEADLESS-2 "$E2E_ROOT/shot.png"
+is_island_dark 512 12 || fail "no island drawn on the focused output: $(png_pixel "$E2E_ROOT/shot.png" 512 12)"
+"$DOWSEL" toast dismiss || fail "dowsel toast dismiss failed"
+pass "with two outputs the island goes to the top centre of the one sway has focused"
+
 # --- Without an Xwayland that answers, Dowsel still starts, as a plain Wayland client, and says so.
 e2e_stop
 DISPLAY=:9999 e2e_launch
