@@ -3,12 +3,16 @@
 #include "core/Logging.h"
 #include "platform/linux/x11/X11Desktop.h"
 
+#include <QPointer>
 #include <QTimer>
 #include <QWindow>
 
 namespace dowsel {
 
 namespace {
+
+// The panel holding the keyboard grab: one per X client, each new grab replacing the last.
+QPointer<FloatingPanel> grabbingPanel;
 
 std::function<bool()> &unmanagedKeyboardPanels()
 {
@@ -99,7 +103,11 @@ void FloatingPanel::hideEvent(QHideEvent *event)
     QWidget::hideEvent(event);
     if (m_role == Role::keyboard && m_unmanaged) {
         m_grabAttempts = 0;
-        x11::ungrabKeyboard();
+        // A panel fading out after the next one took the grab must not end that one's.
+        if (grabbingPanel == this) {
+            grabbingPanel = nullptr;
+            x11::ungrabKeyboard();
+        }
     }
 }
 
@@ -112,6 +120,7 @@ void FloatingPanel::grabKeyboardWhenViewable()
     --m_grabAttempts;
     QWindow *window = windowHandle();
     if (window && x11::grabKeyboard(*window)) {
+        grabbingPanel = this;
         qCDebug(lcToast) << "Keyboard grabbed for an input panel";
         return;
     }
