@@ -130,6 +130,29 @@ wait_for 5 eval '! mapped_window_of_size 820x120 >/dev/null' || fail "the island
 recorder_has_focus || fail "the window lost the keyboard to the toast commands"
 pass "dowsel toast keep and dismiss act on the toast under sway"
 
+# --- A click in another window takes the keyboard from an open input, which closes as
+# cancelled, as it does on X11.
+CLICKS2="$E2E_ROOT/recorder2.log"
+: >"$CLICKS2"
+QT_QPA_PLATFORM=wayland "$RECORDER" "$CLICKS2" >>"$E2E_ROOT/recorder.out" 2>&1 &
+E2E_PIDS+=($!)
+wait_for 10 grep -q "^focus in" "$CLICKS2" || fail "the second window did not come up: $(cat "$E2E_ROOT/recorder.out")"
+echo g >"$D/g.txt"
+wait_for 10 toast_showing || fail "no toast for g.txt"
+grabs_before=$(grabs)
+"$DOWSEL" toast time || fail "dowsel toast time failed"
+wait_for 5 eval '[ "$(grabs)" -gt "$grabs_before" ]' || fail "the time input did not grab the keyboard"
+wl_keys type 3
+wl_click_at 300 500 # sway tiles the first window on the left half
+wait_for 5 recorder_has_focus || fail "the click did not give the keyboard to the first window"
+wait_for 5 eval '! mapped_window_of_size "500x72" >/dev/null' || fail "the time input stayed open after a click in another window"
+wl_keys type y
+wait_for 5 eval '[ "$(recorder_keys)" = xy ]' || fail "keys after the click went elsewhere: the window got \"$(recorder_keys)\""
+[ "$(state_of g.txt)" = unprocessed ] || fail "the cancelled time input acted on g.txt: $(state_of g.txt)"
+toast_showing || fail "the toast went with its cancelled input"
+"$DOWSEL" toast dismiss || fail "dowsel toast dismiss failed"
+pass "a click in another window closes an open input and takes the keyboard"
+
 # --- A second output: the island goes to the one sway has focused, though no X11 window is
 # active to tell it.
 swaymsg create_output >/dev/null || fail "sway could not add an output"

@@ -1,10 +1,13 @@
 #include "platform/linux/SwayIpc.h"
 
+#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -48,6 +51,12 @@ public:
                 m_requestMagic.assign(header, 6);
                 std::memcpy(&type, header + 10, sizeof(type));
             }
+            std::uint32_t length = 0;
+            std::memcpy(&length, header + 6, sizeof(length));
+            if (length > 0 && length < 4096) {
+                requestPayload.resize(length);
+                ::recv(client, requestPayload.data(), length, MSG_WAITALL);
+            }
             answer(client, type);
             ::close(client);
         });
@@ -68,6 +77,8 @@ public:
     const QByteArray &path() const { return m_path; }
     // After finish().
     std::string requestMagic() const { return m_requestMagic; }
+    // What the client sent after the header; after finish().
+    QByteArray requestPayload;
 
     static void reply(int client, std::uint32_t type, const QByteArray &payload)
     {
@@ -134,6 +145,48 @@ TEST(SwayIpc, AWrongSilentOrMissingCompositorGivesNothing)
     EXPECT_FALSE(swayFocusedOutput("/nonexistent/sway-ipc.sock"));
     EXPECT_FALSE(swayFocusedOutput(""));
     EXPECT_FALSE(swayFocusedOutput(QByteArray(200, 'x'))) << "longer than a socket path can be";
+}
+
+TEST(SwayIpc, TheWatcherSubscribesToWindowEventsAndTellsOfFocusChangesOnly)
+{
+    std::atomic<bool> release{false};
+    FakeSway sway([&release](int client, std::uint32_t type) {
+        ASSERT_EQ(type, 2u); // SUBSCRIBE
+        FakeSway::reply(client, 2, R"({"success": true})");
+        FakeSway::reply(client, 0x80000003, R"({"change": "title", "container": {}})");
+        // A focus event, arriving in two pieces.
+        QByteArray focus("i3-ipc");
+        const QByteArray payload(R"({"change": "focus", "container": {"id": 4}})");
+        const std::uint32_t header[2] = {static_cast<std::uint32_t>(payload.size()), 0x80000003};
+        focus.append(reinterpret_cast<const char *>(header), sizeof(header));
+        focus.append(payload);
+        ::send(client, focus.constData(), 9, MSG_NOSIGNAL);
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        ::send(client, focus.constData() + 9, static_cast<std::size_t>(focus.size() - 9), MSG_NOSIGNAL);
+        while (!release)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    });
+    SwayFocusWatcher watcher(sway.path());
+    ASSERT_TRUE(watcher.isConnected());
+    int focused = 0;
+    QObject::connect(&watcher, &SwayFocusWatcher::windowFocused, [&focused] { ++focused; });
+    QElapsedTimer waited;
+    waited.start();
+    while (focused == 0 && waited.elapsed() < 2000)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    EXPECT_EQ(focused, 1) << "the title change is no focus change";
+    release = true;
+    sway.finish();
+    EXPECT_EQ(sway.requestPayload, QByteArray(R"(["window"])"));
+
+    // sway gone: the watcher stops listening, quietly.
+    waited.restart();
+    while (watcher.isConnected() && waited.elapsed() < 2000)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    EXPECT_FALSE(watcher.isConnected());
+    EXPECT_EQ(focused, 1);
+
+    EXPECT_FALSE(SwayFocusWatcher("/nonexistent/sway-ipc.sock").isConnected());
 }
 
 } // namespace
