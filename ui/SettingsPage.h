@@ -14,6 +14,7 @@ namespace dowsel {
 
 class LoginItem;
 class PermissionRow;
+class ShortcutCommandsList;
 class PermissionsManager;
 class Preferences;
 
@@ -63,6 +64,12 @@ private:
     QLabel *m_loginError = nullptr;
     PermissionRow *m_downloadsRow = nullptr;
     PermissionRow *m_shortcutsRow = nullptr;
+    QWidget *m_commandsHolder = nullptr;
+    // Made the first time the commands are offered (a Wayland session without the portal's keys).
+    ShortcutCommandsList *m_commands = nullptr;
+
+public:
+    ShortcutCommandsList *shortcutCommands() const { return m_commands; }
 };
 
 } // namespace dowsel

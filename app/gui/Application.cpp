@@ -19,6 +19,7 @@
 #include "platform/linux/SpawnProcessLauncher.h"
 #include "platform/linux/SystemClock.h"
 #include "platform/linux/gui/FreedesktopNotifier.h"
+#include "platform/linux/gui/PortalKeyGrabber.h"
 #include "toast/gui/ToastUi.h"
 #include "ui/FileManager.h"
 #include "ui/FallbackIcons.h"
@@ -85,15 +86,63 @@ ToastParts makeToastUi(AppState &state, ToastUi *&made)
     return {std::move(ui), controller};
 }
 
+QString portalAnswerName(PortalAnswer answer)
+{
+    switch (answer) {
+    case PortalAnswer::waiting:
+        return QStringLiteral("waiting");
+    case PortalAnswer::bound:
+        return QStringLiteral("bound");
+    case PortalAnswer::unassigned:
+        return QStringLiteral("no keys assigned");
+    case PortalAnswer::missing:
+        return QStringLiteral("missing");
+    case PortalAnswer::declined:
+        return QStringLiteral("declined");
+    }
+    return {};
+}
+
+// What the desktop's portal said, for the permissions.
+PortalStatus portalStatusOf(const KeyGrabber &keys)
+{
+    const auto *portal = dynamic_cast<const PortalKeyGrabber *>(&keys);
+    if (!portal)
+        return {PortalAnswer::missing, QStringLiteral("no portal client on this session")};
+    switch (portal->state()) {
+    case PortalKeyGrabber::State::idle:
+    case PortalKeyGrabber::State::connecting:
+        return {PortalAnswer::waiting, {}};
+    case PortalKeyGrabber::State::bound:
+        return {PortalAnswer::bound, {}};
+    case PortalKeyGrabber::State::unassigned:
+        return {PortalAnswer::unassigned, portal->detail()};
+    case PortalKeyGrabber::State::missing:
+        return {PortalAnswer::missing, portal->detail()};
+    case PortalKeyGrabber::State::declined:
+        return {PortalAnswer::declined, portal->detail()};
+    }
+    return {};
+}
+
 QJsonObject statusReport(AppState &state, const GlobalShortcuts &shortcuts, const QByteArray &downloads)
 {
     PermissionsManager &permissions = state.permissions();
     const auto [granted, downloadsAccess] = permissions.refresh();
     const Session session = permissions.session().value_or(Session{});
-    QString reason = permissions.shortcutsUnavailableReason();
+    const ShortcutsGrant grant = permissions.shortcutsGrant();
+    QString reason = grant.reason;
     const QStringList blocked = shortcuts.blockedShortcuts();
     if (!granted && reason.isEmpty())
         reason = QStringLiteral("no X server answers the key grabs");
+    QString via = QStringLiteral("key grabs");
+    if (grant.route == ShortcutRoute::portal)
+        via = QStringLiteral("portal");
+    else if (grant.route == ShortcutRoute::commands)
+        via = QStringLiteral("commands");
+    QString portal = QStringLiteral("not used");
+    if (const auto answer = permissions.portalStatus(); answer && session.type == SessionType::wayland)
+        portal = portalAnswerName(answer->answer) + (answer->detail.isEmpty() ? QString() : QStringLiteral(": ") + answer->detail);
     QString autostart = QStringLiteral("absent");
     switch (state.loginItem().state()) {
     case LoginItem::State::enabled:
@@ -112,6 +161,11 @@ QJsonObject statusReport(AppState &state, const GlobalShortcuts &shortcuts, cons
         {QStringLiteral("nativeWaylandWindows"), session.nativeWaylandWindows},
         {QStringLiteral("shortcutsGranted"), granted},
         {QStringLiteral("shortcutsReason"), granted ? QString() : reason},
+        {QStringLiteral("shortcutsVia"), via},
+        {QStringLiteral("shortcutsHow"), granted ? grant.how : QString()},
+        {QStringLiteral("portal"), portal},
+        {QStringLiteral("commandsConfirmed"), permissions.commandsConfirmed()},
+        {QStringLiteral("commandsSeen"), QJsonArray::fromStringList(permissions.commandsSeen())},
         {QStringLiteral("shortcutsHeldByOthers"), QJsonArray::fromStringList(blocked)},
         {QStringLiteral("toastShowing"), context.isToastShown && !context.isOnboardingActive},
         {QStringLiteral("autostart"), autostart},
@@ -209,7 +263,7 @@ int runApplication(int argc, char *argv[])
                                    + (session.desktop.isEmpty() ? QString() : QStringLiteral(" (") + session.desktop + QLatin1Char(')'));
     state.permissions().setSession(session);
     state.permissions().setAccessibilityCheck([&shortcuts] { return shortcuts.isInstalled(); });
-    state.permissions().setDesktopWideCheck([toastUi] { return toastUi->shortcutsDesktopWide(); });
+    state.permissions().setPortalCheck([toastUi] { return portalStatusOf(toastUi->keyGrabber()); });
     toastUi->onShortcutsAvailabilityChanged = [&state] { state.permissions().refresh(); };
     state.permissions().setFileManagerReveal(revealInFileManager);
 
@@ -218,6 +272,9 @@ int runApplication(int argc, char *argv[])
         return toastUi->runCommand(action, duration);
     };
     control.status = [&state, &shortcuts, downloads] { return statusReport(state, shortcuts, downloads); };
+    control.onCommandFromKeyBinding = [&state](const QString &action) {
+        state.permissions().noteCommandFromKeyBinding(action);
+    };
     control.exportOnSessionBus();
 
     CleanupService &cleanup = state.cleanupService();
