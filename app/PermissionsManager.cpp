@@ -123,9 +123,9 @@ ShortcutsGrant PermissionsManager::shortcutsGrant() const
         break;
     case PortalAnswer::unassigned:
         grant.route = ShortcutRoute::portal;
-        grant.reason = tr("The desktop took Dowsel's shortcuts but gave them no keys yet: assign keys to "
-                          "Dowsel's entries in its shortcut settings, or bind the commands instead.")
-            + QLatin1Char(' ') + bindCommands;
+        grant.reason = tr("The desktop took Dowsel's shortcuts but gave them no keys yet. Assign keys to Dowsel's "
+                          "entries in the desktop's shortcut settings, or bind the “dowsel toast” commands there "
+                          "and tick “I have bound these commands”; the toast's buttons work meanwhile.");
         break;
     case PortalAnswer::declined:
         grant.reason = tr("The shortcuts were declined in the desktop's dialog.") + QLatin1Char(' ') + bindCommands;
