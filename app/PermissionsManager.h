@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/ShortcutCommands.h"
 #include "core/Session.h"
 
 #include <QObject>
@@ -12,23 +13,10 @@ namespace dowsel {
 
 class Preferences;
 
-// How the desktop's GlobalShortcuts portal answered Dowsel's request for its shortcuts.
-enum class PortalAnswer {
-    waiting, // asked, no answer yet
-    bound, // the shortcuts have keys and reach Dowsel
-    unassigned, // the portal took them but gave them no keys yet: the user assigns them
-    missing, // no portal on this desktop
-    declined, // the user (or the desktop) refused them
-};
-
 struct PortalStatus {
     PortalAnswer answer = PortalAnswer::missing;
     QString detail; // what the portal said, for `dowsel status`
 };
-
-// What carries the shortcuts to Dowsel: X11 key grabs, the desktop's portal, or `dowsel toast`
-// commands that the user binds in the desktop's keyboard settings.
-enum class ShortcutRoute { keyGrabs, portal, commands };
 
 // Whether the shortcuts work, by which route, and in words why or why not.
 struct ShortcutsGrant {

@@ -16,6 +16,19 @@ inline const QString shortcutCommandsBound = QStringLiteral("shortcutCommandsBou
 inline const QString shortcutCommandsSeen = QStringLiteral("shortcutCommandsSeen");
 } // namespace prefkeys
 
+// How the desktop's GlobalShortcuts portal answered Dowsel's request for its shortcuts.
+enum class PortalAnswer {
+    waiting, // asked, no answer yet
+    bound, // the shortcuts have keys and reach Dowsel
+    unassigned, // the portal took them but gave them no keys yet: the user assigns them
+    missing, // no portal on this desktop
+    declined, // the user (or the desktop) refused them
+};
+
+// What carries the shortcuts to Dowsel: X11 key grabs, the desktop's portal, or `dowsel toast`
+// commands that the user binds in the desktop's keyboard settings.
+enum class ShortcutRoute { keyGrabs, portal, commands };
+
 // A command the user can bind to a key where the desktop does not bind Dowsel's shortcuts.
 struct ToastCommand {
     QString action; // the first argument after "toast": "keep", "keep-for", "dismiss"
