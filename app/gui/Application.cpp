@@ -272,9 +272,12 @@ int runApplication(int argc, char *argv[])
         return toastUi->runCommand(action, duration);
     };
     control.status = [&state, &shortcuts, downloads] { return statusReport(state, shortcuts, downloads); };
-    control.onCommandFromKeyBinding = [&state](const QString &action) {
-        state.permissions().noteCommandFromKeyBinding(action);
-    };
+    // Only on Wayland are the commands what stands in for the shortcuts.
+    if (session.type == SessionType::wayland) {
+        control.onCommandFromKeyBinding = [&state](const QString &action) {
+            state.permissions().noteCommandFromKeyBinding(action);
+        };
+    }
     control.exportOnSessionBus();
 
     CleanupService &cleanup = state.cleanupService();
