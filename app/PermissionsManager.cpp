@@ -122,10 +122,10 @@ ShortcutsGrant PermissionsManager::shortcutsGrant() const
         grant.reason = tr("Waiting for the desktop's shortcuts portal to answer.");
         break;
     case PortalAnswer::unassigned:
-        grant.route = ShortcutRoute::portal;
-        grant.reason = tr("The desktop took Dowsel's shortcuts but gave them no keys yet. Assign keys to Dowsel's "
-                          "entries in the desktop's shortcut settings, or bind the “dowsel toast” commands there "
-                          "and tick “I have bound these commands”; the toast's buttons work meanwhile.");
+        grant.reason = tr("The desktop took Dowsel's shortcuts but gave them no keys yet. Give Dowsel's entries "
+                          "keys in the desktop's shortcut settings if it lists them, or bind the “dowsel toast” "
+                          "commands there and tick “I have bound these commands”; the toast's buttons work "
+                          "meanwhile.");
         break;
     case PortalAnswer::declined:
         grant.reason = tr("The shortcuts were declined in the desktop's dialog.") + QLatin1Char(' ') + bindCommands;

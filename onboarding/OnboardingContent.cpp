@@ -45,13 +45,19 @@ OnboardingContent stepContent(const OnboardingState &state)
                 "Onboarding", "Shortcuts let you keep, move, or clean a download without reaching for the mouse. "
                               "Your desktop binds them for Dowsel — it may ask you to confirm or change the keys.");
         } else if (state.shortcutRoute == ShortcutRoute::commands) {
-            content.body = state.portalDeclined
-                ? QCoreApplication::translate("Onboarding",
-                      "You declined Dowsel's shortcuts in your desktop's dialog. To use the keyboard anyway, bind "
-                      "these commands to keys in its keyboard settings — each acts on the toast that is showing.")
-                : QCoreApplication::translate("Onboarding",
-                      "Your desktop doesn't let Dowsel set up its own shortcuts. Bind these commands to keys in its "
-                      "keyboard settings — each acts on the toast that is showing.");
+            if (state.portalAnswer == PortalAnswer::declined)
+                content.body = QCoreApplication::translate("Onboarding",
+                    "You declined Dowsel's shortcuts in your desktop's dialog. To use the keyboard anyway, bind "
+                    "these commands to keys in its keyboard settings — each acts on the toast that is showing.");
+            else if (state.portalAnswer == PortalAnswer::unassigned)
+                content.body = QCoreApplication::translate("Onboarding",
+                    "Your desktop took Dowsel's shortcuts but gave them no keys. Give them keys in its shortcut "
+                    "settings if it lists them, or bind these commands to keys — each acts on the toast that is "
+                    "showing.");
+            else
+                content.body = QCoreApplication::translate("Onboarding",
+                    "Your desktop doesn't let Dowsel set up its own shortcuts. Bind these commands to keys in its "
+                    "keyboard settings — each acts on the toast that is showing.");
             content.badges.clear();
             content.showsCommands = true;
             content.primary.title = QCoreApplication::translate("Onboarding", "I've Bound Them");
@@ -88,10 +94,6 @@ QString problemMessage(const OnboardingState &state)
             "Another program already uses %1. Free them in your desktop's keyboard settings, or skip — the "
             "other shortcuts and the toast's buttons still work.")
             .arg(state.blockedShortcuts.join(QStringLiteral(", ")));
-    case OnboardingProblem::shortcutsUnassigned:
-        return QCoreApplication::translate("Onboarding",
-            "Your desktop took Dowsel's shortcuts but gave them no keys yet. Assign keys to Dowsel's entries in "
-            "its shortcut settings, or skip — the toast's buttons still work.");
     case OnboardingProblem::shortcutsUnavailable:
         return QCoreApplication::translate("Onboarding",
             "Global shortcuts aren't available on this desktop. Skip this step — the toast's buttons still "

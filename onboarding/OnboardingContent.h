@@ -24,7 +24,6 @@ enum class OnboardingProblem {
     downloadsMissing, // there is no Downloads folder yet; Dowsel offers to create it
     shortcutsBlocked, // another program holds some of the key combinations
     shortcutsUnavailable, // no way to grab keys here (no X server)
-    shortcutsUnassigned, // the desktop's portal took the shortcuts but gave them no keys yet
     practiceNotShown, // the practice file got no toast in time
 };
 
@@ -35,10 +34,10 @@ struct OnboardingState {
     OnboardingProblem problem = OnboardingProblem::none;
     QStringList blockedShortcuts; // "Super+Shift+T", when `problem` is shortcutsBlocked
     QString downloadsFolder; // for display
-    // What carries the shortcuts on this session; on Wayland, whether the user declined the
-    // portal's binding (the commands then take its place).
+    // What carries the shortcuts on this session; on Wayland, what the portal answered (the
+    // commands take its place when it is missing, declined or gave no keys).
     ShortcutRoute shortcutRoute = ShortcutRoute::keyGrabs;
-    bool portalDeclined = false;
+    PortalAnswer portalAnswer = PortalAnswer::missing;
 };
 
 struct OnboardingButton {

@@ -66,7 +66,7 @@ OnboardingState OnboardingFlow::shownState() const
     OnboardingState state = m_state;
     state.shortcutRoute = m_services.permissions.shortcutsGrant().route;
     const auto portal = m_services.permissions.portalStatus();
-    state.portalDeclined = portal && portal->answer == PortalAnswer::declined;
+    state.portalAnswer = portal ? portal->answer : PortalAnswer::missing;
     return state;
 }
 
@@ -243,12 +243,7 @@ void OnboardingFlow::checkShortcutsNow()
             after(shortcutsGrantedPause, [this] { setStep(OnboardingStep::tryIt); });
             return;
         }
-        // Waiting for the portal's answer, or for the user to give the shortcuts keys.
-        const auto portal = m_services.permissions.portalStatus();
-        if (portal && portal->answer == PortalAnswer::unassigned
-            && (m_state.status != OnboardingPermissionStatus::denied
-                || m_state.problem != OnboardingProblem::shortcutsUnassigned))
-            setStatus(OnboardingPermissionStatus::denied, OnboardingProblem::shortcutsUnassigned);
+        // Waiting for the portal's answer.
         after(pollInterval, [this] { checkShortcutsNow(); });
         return;
     }

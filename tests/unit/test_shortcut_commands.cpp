@@ -51,7 +51,7 @@ TEST(ShortcutsGrant, OnWaylandOnlyThePortalsKeysOrTheBoundCommandsCount)
     const Case cases[] = {
         {PortalAnswer::waiting, false, ShortcutRoute::portal, false, "Waiting"},
         {PortalAnswer::bound, true, ShortcutRoute::portal, false, ""},
-        {PortalAnswer::unassigned, false, ShortcutRoute::portal, true, "no keys"},
+        {PortalAnswer::unassigned, false, ShortcutRoute::commands, true, "no keys"},
         {PortalAnswer::missing, false, ShortcutRoute::commands, true, "no global shortcuts portal"},
         {PortalAnswer::declined, false, ShortcutRoute::commands, true, "declined"},
     };
