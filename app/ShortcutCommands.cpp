@@ -9,26 +9,28 @@ namespace dowsel {
 
 std::vector<ToastCommand> toastCommands()
 {
-    const auto text = [](const char *source) { return QCoreApplication::translate("ShortcutCommands", source); };
     return {
         {QStringLiteral("keep"), QStringLiteral("toast keep"), QStringLiteral("Super+Shift+T"),
-            text("Keep it as a temporary file")},
+            QCoreApplication::translate("ShortcutCommands", "Keep it as a temporary file")},
         {QStringLiteral("keep-for"), QStringLiteral("toast keep-for 2h"), QString(),
-            text("Keep it for two hours (any duration Dowsel reads)")},
+            QCoreApplication::translate("ShortcutCommands", "Keep it for two hours (any duration Dowsel reads)")},
         {QStringLiteral("time"), QStringLiteral("toast time"), QStringLiteral("Super+Shift+Alt+T"),
-            text("Type how long to keep it")},
+            QCoreApplication::translate("ShortcutCommands", "Type how long to keep it")},
         {QStringLiteral("move"), QStringLiteral("toast move"), QStringLiteral("Super+Shift+M"),
-            text("Move it to a folder")},
+            QCoreApplication::translate("ShortcutCommands", "Move it to a folder")},
         {QStringLiteral("more"), QStringLiteral("toast more"), QStringLiteral("Super+Shift+."),
-            text("The More menu")},
-        {QStringLiteral("open"), QStringLiteral("toast open"), QStringLiteral("Super+Shift+O"), text("Open it")},
-        {QStringLiteral("copy"), QStringLiteral("toast copy"), QStringLiteral("Super+Shift+C"), text("Copy it")},
-        {QStringLiteral("share"), QStringLiteral("toast share"), QStringLiteral("Super+Shift+S"), text("Share it")},
+            QCoreApplication::translate("ShortcutCommands", "The More menu")},
+        {QStringLiteral("open"), QStringLiteral("toast open"), QStringLiteral("Super+Shift+O"),
+            QCoreApplication::translate("ShortcutCommands", "Open it")},
+        {QStringLiteral("copy"), QStringLiteral("toast copy"), QStringLiteral("Super+Shift+C"),
+            QCoreApplication::translate("ShortcutCommands", "Copy it")},
+        {QStringLiteral("share"), QStringLiteral("toast share"), QStringLiteral("Super+Shift+S"),
+            QCoreApplication::translate("ShortcutCommands", "Share it")},
         {QStringLiteral("delete"), QStringLiteral("toast delete"), QStringLiteral("Super+Shift+Backspace"),
-            text("Move it to the Trash")},
+            QCoreApplication::translate("ShortcutCommands", "Move it to the Trash")},
         // Escape alone would be taken from every application.
         {QStringLiteral("dismiss"), QStringLiteral("toast dismiss"), QStringLiteral("Super+Shift+Escape"),
-            text("Dismiss the toast; the file stays")},
+            QCoreApplication::translate("ShortcutCommands", "Dismiss the toast; the file stays")},
     };
 }
 
