@@ -9,6 +9,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace dowsel {
 
 namespace {
@@ -57,18 +59,25 @@ ShortcutCommandsList::ShortcutCommandsList(const QString &program, const QString
     for (int i = 0; i < int(commands.size()); ++i) {
         const ToastCommand &command = commands[size_t(i)];
         const QString line = toastCommandLine(program, command);
-        auto *label = new QLabel(line, this);
+        auto *label = new QLabel(this);
         label->setObjectName(QStringLiteral("command-") + command.action);
         label->setFont(mono);
         label->setTextFormat(Qt::PlainText);
-        label->setTextInteractionFlags(Qt::TextSelectableByMouse);
-        label->setToolTip(command.usualKeys.isEmpty()
-                              ? command.description
-                              : tr("%1 — for example on %2").arg(command.description, command.usualKeys));
+        // A long program path gives way on the left: the action always shows, and the tooltip
+        // and the copy hold the whole line.
+        label->setText(QFontMetrics(mono).elidedText(line, Qt::ElideLeft, island ? 150 : 230));
+        label->setToolTip(line + QLatin1Char('\n')
+                          + (command.usualKeys.isEmpty()
+                                 ? command.description
+                                 : tr("%1 — for example on %2").arg(command.description, command.usualKeys)));
         auto *button = new QPushButton(copyTitle(), this);
         button->setObjectName(QStringLiteral("copy-") + command.action);
         button->setCursor(Qt::PointingHandCursor);
         button->setAccessibleName(tr("Copy “%1”").arg(line));
+        // Wide enough for "Copied" too, so the row does not jump.
+        const QFontMetrics metrics(button->font());
+        button->setMinimumWidth(std::max(metrics.horizontalAdvance(copyTitle()), metrics.horizontalAdvance(tr("Copied")))
+                                + (island ? 20 : 24));
         if (island) {
             setTextColor(label, Qt::white);
             button->setFocusPolicy(Qt::NoFocus);
