@@ -111,6 +111,10 @@ QString problemMessage(const OnboardingState &state)
 OnboardingContent onboardingContent(const OnboardingState &state)
 {
     OnboardingContent content = stepContent(state);
+    // Shift+Enter is grabbed for the island on X11 only; on Wayland no key of Dowsel's own
+    // reaches it from another window.
+    if (state.shortcutRoute != ShortcutRoute::keyGrabs)
+        content.primary.keycap.clear();
     const bool isDownloads = state.step == OnboardingStep::downloads;
     const bool isShortcuts = state.step == OnboardingStep::accessibility;
     const OnboardingButton openSettings{isDownloads ? QCoreApplication::translate("Onboarding", "Open File Manager")

@@ -556,8 +556,10 @@ TEST(OnboardingTexts, TheShortcutsStepAndTheHintSpeakOfTheSessionsRoute)
     EXPECT_FALSE(grabs.showsCommands);
     EXPECT_EQ(hintContent(HintPhase::running, QStringLiteral("1 hour"), false).rows[4].keycap, "Esc");
 
+    EXPECT_EQ(grabs.primary.keycap, "Shift+Enter");
     state.shortcutRoute = ShortcutRoute::portal;
     const OnboardingContent portal = onboardingContent(state);
+    EXPECT_TRUE(portal.primary.keycap.isEmpty()) << "Shift+Enter is grabbed on X11 only";
     EXPECT_TRUE(portal.body.contains("Your desktop binds them"));
     EXPECT_FALSE(portal.body.contains("no other program"));
     EXPECT_EQ(portal.badges.size(), 3u) << "the keys Dowsel asks the portal for";
