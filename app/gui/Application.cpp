@@ -6,6 +6,7 @@
 #include "app/LoginItem.h"
 #include "app/gui/CommandLine.h"
 #include "app/gui/ControlService.h"
+#include "app/gui/PortalAnswers.h"
 #include "app/gui/SignalHandler.h"
 #include "app/gui/TrayIcon.h"
 #include "core/Logging.h"
@@ -19,7 +20,6 @@
 #include "platform/linux/SpawnProcessLauncher.h"
 #include "platform/linux/SystemClock.h"
 #include "platform/linux/gui/FreedesktopNotifier.h"
-#include "platform/linux/gui/PortalKeyGrabber.h"
 #include "toast/gui/ToastUi.h"
 #include "ui/FileManager.h"
 #include "ui/FallbackIcons.h"
@@ -84,45 +84,6 @@ ToastParts makeToastUi(AppState &state, ToastUi *&made)
     made = ui.get();
     ToastController *controller = &ui->controller();
     return {std::move(ui), controller};
-}
-
-QString portalAnswerName(PortalAnswer answer)
-{
-    switch (answer) {
-    case PortalAnswer::waiting:
-        return QStringLiteral("waiting");
-    case PortalAnswer::bound:
-        return QStringLiteral("bound");
-    case PortalAnswer::unassigned:
-        return QStringLiteral("no keys assigned");
-    case PortalAnswer::missing:
-        return QStringLiteral("missing");
-    case PortalAnswer::declined:
-        return QStringLiteral("declined");
-    }
-    return {};
-}
-
-// What the desktop's portal said, for the permissions.
-PortalStatus portalStatusOf(const KeyGrabber &keys)
-{
-    const auto *portal = dynamic_cast<const PortalKeyGrabber *>(&keys);
-    if (!portal)
-        return {PortalAnswer::missing, QStringLiteral("no portal client on this session")};
-    switch (portal->state()) {
-    case PortalKeyGrabber::State::idle:
-    case PortalKeyGrabber::State::connecting:
-        return {PortalAnswer::waiting, {}};
-    case PortalKeyGrabber::State::bound:
-        return {PortalAnswer::bound, {}};
-    case PortalKeyGrabber::State::unassigned:
-        return {PortalAnswer::unassigned, portal->detail()};
-    case PortalKeyGrabber::State::missing:
-        return {PortalAnswer::missing, portal->detail()};
-    case PortalKeyGrabber::State::declined:
-        return {PortalAnswer::declined, portal->detail()};
-    }
-    return {};
 }
 
 QJsonObject statusReport(AppState &state, const GlobalShortcuts &shortcuts, const QByteArray &downloads)
