@@ -61,6 +61,9 @@ OnboardingContent stepContent(const OnboardingState &state)
             content.badges.clear();
             content.showsCommands = true;
             content.primary.title = QCoreApplication::translate("Onboarding", "I've Bound Them");
+            // The desktop's keyboard settings, where the commands are bound.
+            content.openSettings = OnboardingButton{QCoreApplication::translate("Onboarding", "Open Settings"),
+                                                    QString(), OnboardingButton::Kind::secondary};
         }
         break;
     case OnboardingStep::tryIt:
@@ -148,6 +151,7 @@ OnboardingContent onboardingContent(const OnboardingState &state)
         break;
     case OnboardingPermissionStatus::granted:
         content.icon = QStringLiteral("emblem-default");
+        content.openSettings.reset();
         if (isDownloads || isShortcuts)
             content.primary.title = isDownloads ? QCoreApplication::translate("Onboarding", "Downloads access granted")
                 : state.shortcutRoute == ShortcutRoute::commands

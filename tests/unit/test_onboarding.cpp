@@ -301,6 +301,9 @@ TEST_F(OnboardingTest, WithoutThePortalTheStepListsTheCommandsAndTheUsersWordGra
     EXPECT_TRUE(content.body.contains("doesn't let Dowsel set up its own shortcuts"));
     EXPECT_EQ(content.primary.title, "I've Bound Them");
     EXPECT_TRUE(content.showsSkip);
+    EXPECT_EQ(content.openSettings.has_value(),
+              permissions->canOpenSystemSettings(PermissionsManager::Permission::shortcuts))
+        << "the keyboard settings, where the commands are bound, wherever the desktop has them";
 
     portal.answer = PortalAnswer::declined;
     EXPECT_TRUE(flow->content().body.contains("You declined"));
@@ -308,6 +311,7 @@ TEST_F(OnboardingTest, WithoutThePortalTheStepListsTheCommandsAndTheUsersWordGra
     flow->primary();
     EXPECT_EQ(flow->state().status, Status::granted);
     EXPECT_EQ(flow->content().primary.title, "Commands bound");
+    EXPECT_FALSE(flow->content().openSettings.has_value());
     EXPECT_TRUE(permissions->commandsConfirmed());
     EXPECT_TRUE(permissions->hasAccessibility());
     clock.advance(0.9);
