@@ -124,7 +124,8 @@ int status(QDBusInterface &dowsel)
     if (!text("shortcutsReason").isEmpty())
         shortcuts += QStringLiteral(": ") + text("shortcutsReason");
     printLine(QStringLiteral("Shortcuts granted:  ") + shortcuts);
-    if (!text("shortcutsVia").isEmpty()) {
+    // On X11 the grabs are all there is; on Wayland, which of the portal and the commands.
+    if (text("session") == u"wayland" && !text("shortcutsVia").isEmpty()) {
         QString via = text("shortcutsVia");
         if (!text("shortcutsHow").isEmpty())
             via += QStringLiteral(" (") + text("shortcutsHow") + QLatin1Char(')');

@@ -27,6 +27,7 @@ expect_refusal() {
 "$DOWSEL" status >"$E2E_ROOT/status" || fail "dowsel status failed"
 grep -q "^Session: *x11$" "$E2E_ROOT/status" || fail "status on Xvfb: $(cat "$E2E_ROOT/status")"
 grep -q "^Shortcuts granted: *yes$" "$E2E_ROOT/status" || fail "status on Xvfb: $(cat "$E2E_ROOT/status")"
+! grep -q "^Shortcuts \(through\|portal\)" "$E2E_ROOT/status" || fail "X11 has no portal or commands: $(cat "$E2E_ROOT/status")"
 grep -q "^Downloads access: *yes ($D)$" "$E2E_ROOT/status" || fail "status: $(cat "$E2E_ROOT/status")"
 grep -q "^Autostart: *\(absent\|enabled\|disabled\)$" "$E2E_ROOT/status" || fail "status: $(cat "$E2E_ROOT/status")"
 json=$(dbus-send --session --print-reply=literal --dest=app.dowsel.Dowsel /app/dowsel/Dowsel app.dowsel.Dowsel1.Status)
