@@ -124,6 +124,15 @@ int status(QDBusInterface &dowsel)
     if (!text("shortcutsReason").isEmpty())
         shortcuts += QStringLiteral(": ") + text("shortcutsReason");
     printLine(QStringLiteral("Shortcuts granted:  ") + shortcuts);
+    // On X11 the grabs are all there is; on Wayland, which of the portal and the commands.
+    if (text("session") == u"wayland" && !text("shortcutsVia").isEmpty()) {
+        QString via = text("shortcutsVia");
+        if (!text("shortcutsHow").isEmpty())
+            via += QStringLiteral(" (") + text("shortcutsHow") + QLatin1Char(')');
+        printLine(QStringLiteral("Shortcuts through:  ") + via);
+    }
+    if (!text("portal").isEmpty() && text("portal") != u"not used")
+        printLine(QStringLiteral("Shortcuts portal:   ") + text("portal"));
     QStringList held;
     for (const QJsonValue &combination : status.value(QStringLiteral("shortcutsHeldByOthers")).toArray())
         held << combination.toString();

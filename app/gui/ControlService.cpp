@@ -1,5 +1,6 @@
 #include "app/gui/ControlService.h"
 
+#include "app/ShortcutCommands.h"
 #include "core/PosixFiles.h"
 #include "core/Tags.h"
 #include "expiry/CleanupService.h"
@@ -9,6 +10,7 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDBusReply>
 #include <QDateTime>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -265,6 +267,7 @@ void ControlService::Toast(const QString &action, const QString &duration)
         }
         interval = parsed->interval;
     }
+    noteCaller(action);
     if (!runToastCommand) {
         sendErrorReply(errorNoToast, QStringLiteral("no toast is showing"));
         return;
@@ -283,6 +286,19 @@ void ControlService::Toast(const QString &action, const QString &duration)
         sendErrorReply(errorToastBusy, QStringLiteral("the onboarding is showing; finish it first"));
         return;
     }
+}
+
+void ControlService::noteCaller(const QString &action)
+{
+    if (!onCommandFromKeyBinding || !calledFromDBus())
+        return;
+    // A command typed in a terminal proves nothing about the desktop's key bindings; one that
+    // comes without a terminal is what a desktop runs for a key.
+    const QDBusReply<uint> pid = connection().interface()->servicePid(message().service());
+    if (!pid.isValid())
+        return;
+    if (processHasTerminal(qint64(pid.value())) == false)
+        onCommandFromKeyBinding(action);
 }
 
 QString ControlService::Status()

@@ -42,6 +42,9 @@ public:
     std::function<std::optional<CommandRefusal>(ShortcutAction, std::optional<Seconds>)> runToastCommand;
     // What Status() reports.
     std::function<QJsonObject()> status;
+    // A Toast() whose caller has no terminal, as a desktop's key binding runs it: `action`
+    // is the command's action ("keep").
+    std::function<void(const QString &action)> onCommandFromKeyBinding;
 
 public Q_SLOTS:
     // JSON array of every tracked file: path, name, state, size and dates (ISO 8601).
@@ -77,6 +80,7 @@ private:
     // Finds the record of the item that `path` names, exactly, on the store's worker and runs
     // `then` there with its id; replies with an error when there is none.
     void withRecord(const QByteArray &path, std::function<Answer(TrackedFileStore &, RecordId)> then);
+    void noteCaller(const QString &action);
 
     TrackedFileActor &m_store;
     CleanupService &m_cleanup;

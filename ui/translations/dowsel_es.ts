@@ -247,6 +247,38 @@
         <source>Skip for now</source>
         <translation>Omitir por ahora</translation>
     </message>
+    <message>
+        <source>Shortcuts let you keep, move, or clean a download without reaching for the mouse. Your desktop binds them for Dowsel — it may ask you to confirm or change the keys.</source>
+        <translation>Los atajos te permiten conservar, mover o limpiar una descarga sin tocar el ratón. Tu escritorio los asigna para Dowsel; puede pedirte que confirmes o cambies las teclas.</translation>
+    </message>
+    <message>
+        <source>You declined Dowsel&apos;s shortcuts in your desktop&apos;s dialog. To use the keyboard anyway, bind these commands to keys in its keyboard settings — each acts on the toast that is showing.</source>
+        <translation>Rechazaste los atajos de Dowsel en el diálogo de tu escritorio. Para usar el teclado de todos modos, asigna estas órdenes a teclas en sus ajustes de teclado: cada una actúa sobre el aviso que se muestra.</translation>
+    </message>
+    <message>
+        <source>Your desktop took Dowsel&apos;s shortcuts but gave them no keys. Give them keys in its shortcut settings if it lists them, or bind these commands to keys — each acts on the toast that is showing.</source>
+        <translation>Tu escritorio aceptó los atajos de Dowsel pero no les dio teclas. Dales teclas en sus ajustes de atajos si los muestra, o asigna estas órdenes a teclas: cada una actúa sobre el aviso que se muestra.</translation>
+    </message>
+    <message>
+        <source>Your desktop doesn&apos;t let Dowsel set up its own shortcuts. Bind these commands to keys in its keyboard settings — each acts on the toast that is showing.</source>
+        <translation>Tu escritorio no deja que Dowsel configure sus propios atajos. Asigna estas órdenes a teclas en sus ajustes de teclado: cada una actúa sobre el aviso que se muestra.</translation>
+    </message>
+    <message>
+        <source>I&apos;ve Bound Them</source>
+        <translation>Ya las asigné</translation>
+    </message>
+    <message>
+        <source>Waiting for your desktop…</source>
+        <translation>Esperando a tu escritorio…</translation>
+    </message>
+    <message>
+        <source>Commands bound</source>
+        <translation>Órdenes asignadas</translation>
+    </message>
+    <message>
+        <source>Your practice file is live — try the keys you bound on it.</source>
+        <translation>Tu archivo de práctica está listo: prueba en él las teclas que asignaste.</translation>
+    </message>
 </context>
 <context>
     <name>PracticeFile</name>
@@ -313,6 +345,65 @@ No tienes que conservar este archivo — solo está aquí para la demostración.
     <message>
         <source>Bluetooth</source>
         <translation>Bluetooth</translation>
+    </message>
+</context>
+<context>
+    <name>ShortcutCommands</name>
+    <message>
+        <source>In GNOME: Settings → Keyboard → View and Customize Shortcuts → Custom Shortcuts, add one for each command.</source>
+        <translation>En GNOME: Configuración → Teclado → Ver y personalizar atajos → Atajos personalizados; añade uno por cada orden.</translation>
+    </message>
+    <message>
+        <source>In KDE Plasma: System Settings → Shortcuts → Add New → Command or Script, one for each command.</source>
+        <translation>En KDE Plasma: Preferencias del sistema → Accesos rápidos → Añadir nuevo → Orden o script, uno por cada orden.</translation>
+    </message>
+    <message>
+        <source>In sway: one line per command in ~/.config/sway/config, as “bindsym $mod+Shift+t exec dowsel toast keep”, then reload sway.</source>
+        <translation>En sway: una línea por orden en ~/.config/sway/config, como «bindsym $mod+Shift+t exec dowsel toast keep», y luego recarga sway.</translation>
+    </message>
+    <message>
+        <source>In your desktop&apos;s keyboard settings, add a custom shortcut that runs each command.</source>
+        <translation>En los ajustes de teclado de tu escritorio, añade un atajo personalizado que ejecute cada orden.</translation>
+    </message>
+    <message>
+        <source>Keep it as a temporary file</source>
+        <translation>Conservarlo como archivo temporal</translation>
+    </message>
+    <message>
+        <source>Keep it for two hours (any duration Dowsel reads)</source>
+        <translation>Conservarlo dos horas (cualquier duración que Dowsel entienda)</translation>
+    </message>
+    <message>
+        <source>Type how long to keep it</source>
+        <translation>Escribir cuánto tiempo conservarlo</translation>
+    </message>
+    <message>
+        <source>Move it to a folder</source>
+        <translation>Moverlo a una carpeta</translation>
+    </message>
+    <message>
+        <source>The More menu</source>
+        <translation>El menú Más</translation>
+    </message>
+    <message>
+        <source>Open it</source>
+        <translation>Abrirlo</translation>
+    </message>
+    <message>
+        <source>Copy it</source>
+        <translation>Copiarlo</translation>
+    </message>
+    <message>
+        <source>Share it</source>
+        <translation>Compartirlo</translation>
+    </message>
+    <message>
+        <source>Move it to the Trash</source>
+        <translation>Moverlo a la papelera</translation>
+    </message>
+    <message>
+        <source>Dismiss the toast; the file stays</source>
+        <translation>Descartar el aviso; el archivo se queda</translation>
     </message>
 </context>
 <context>
@@ -517,6 +608,41 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
     <message>
         <source>Open Settings</source>
         <translation>Abrir configuración</translation>
+    </message>
+</context>
+<context>
+    <name>dowsel::PermissionsManager</name>
+    <message>
+        <source>the desktop&apos;s shortcuts portal bound them</source>
+        <translation>el portal de atajos del escritorio los asignó</translation>
+    </message>
+    <message>
+        <source>%1 came from outside a terminal, as from a key binding</source>
+        <translation>%1 llegó desde fuera de una terminal, como desde un atajo de teclado</translation>
+    </message>
+    <message>
+        <source>you said you bound the “dowsel toast” commands</source>
+        <translation>dijiste que asignaste las órdenes «dowsel toast»</translation>
+    </message>
+    <message>
+        <source>Bind the “dowsel toast” commands (keep, move, dismiss…) in your desktop&apos;s keyboard settings and tick “I have bound these commands”; the toast&apos;s buttons work meanwhile.</source>
+        <translation>Asigna las órdenes «dowsel toast» (keep, move, dismiss…) en los ajustes de teclado de tu escritorio y marca «Ya asigné estas órdenes»; mientras tanto, los botones del aviso funcionan.</translation>
+    </message>
+    <message>
+        <source>Waiting for the desktop&apos;s shortcuts portal to answer.</source>
+        <translation>Esperando la respuesta del portal de atajos del escritorio.</translation>
+    </message>
+    <message>
+        <source>The desktop took Dowsel&apos;s shortcuts but gave them no keys yet. Give Dowsel&apos;s entries keys in the desktop&apos;s shortcut settings if it lists them, or bind the “dowsel toast” commands there and tick “I have bound these commands”; the toast&apos;s buttons work meanwhile.</source>
+        <translation>El escritorio aceptó los atajos de Dowsel pero aún no les dio teclas. Dales teclas a las entradas de Dowsel en los ajustes de atajos del escritorio si las muestra, o asigna allí las órdenes «dowsel toast» y marca «Ya asigné estas órdenes»; mientras tanto, los botones del aviso funcionan.</translation>
+    </message>
+    <message>
+        <source>The shortcuts were declined in the desktop&apos;s dialog.</source>
+        <translation>Los atajos se rechazaron en el diálogo del escritorio.</translation>
+    </message>
+    <message>
+        <source>This desktop has no global shortcuts portal, and on Wayland Dowsel&apos;s own key combinations reach it only while an X11 window has the focus.</source>
+        <translation>Este escritorio no tiene portal de atajos globales, y en Wayland las combinaciones de teclas de Dowsel solo le llegan mientras una ventana X11 tiene el foco.</translation>
     </message>
 </context>
 <context>
@@ -728,6 +854,37 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
         <source>The global shortcuts let you keep, move or clean a download without reaching for the mouse. Free Dowsel&apos;s key combinations in your desktop&apos;s keyboard settings to turn them on; the toast&apos;s buttons work meanwhile.</source>
         <translation>Los atajos globales te permiten conservar, mover o limpiar una descarga sin tocar el ratón. Libera las combinaciones de teclas de Dowsel en la configuración de teclado de tu escritorio para activarlos; mientras tanto, los botones del aviso funcionan.</translation>
     </message>
+    <message>
+        <source>Working: %1.</source>
+        <translation>Funcionan: %1.</translation>
+    </message>
+</context>
+<context>
+    <name>dowsel::ShortcutCommandsList</name>
+    <message>
+        <source>Copy</source>
+        <translation>Copiar</translation>
+    </message>
+    <message>
+        <source>%1 — for example on %2</source>
+        <translation>%1; por ejemplo, con %2</translation>
+    </message>
+    <message>
+        <source>Copy “%1”</source>
+        <translation>Copiar «%1»</translation>
+    </message>
+    <message>
+        <source>I have bound these commands</source>
+        <translation>Ya asigné estas órdenes</translation>
+    </message>
+    <message>
+        <source>Dowsel has seen %1 arrive from outside a terminal, as from a key binding.</source>
+        <translation>Dowsel ha visto llegar %1 desde fuera de una terminal, como desde un atajo de teclado.</translation>
+    </message>
+    <message>
+        <source>Copied</source>
+        <translation>Copiado</translation>
+    </message>
 </context>
 <context>
     <name>dowsel::TimeInputView</name>
@@ -768,13 +925,6 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
     <message>
         <source>Quit Dowsel</source>
         <translation>Salir de Dowsel</translation>
-    </message>
-</context>
-<context>
-    <name>dowsel::PermissionsManager</name>
-    <message>
-        <source>Global shortcuts are not available on this session: on Wayland, Dowsel&apos;s key combinations reach it only while an X11 window has the focus. Bind the commands &quot;dowsel toast keep&quot;, &quot;dowsel toast move&quot; and &quot;dowsel toast dismiss&quot; in your desktop&apos;s keyboard settings; the toast&apos;s buttons work meanwhile.</source>
-        <translation>Los atajos globales no están disponibles en esta sesión: en Wayland, las combinaciones de teclas de Dowsel solo le llegan mientras una ventana X11 tiene el foco. Asigna las órdenes &quot;dowsel toast keep&quot;, &quot;dowsel toast move&quot; y &quot;dowsel toast dismiss&quot; en los ajustes de teclado de tu escritorio; mientras tanto, los botones del aviso funcionan.</translation>
     </message>
 </context>
 </TS>
