@@ -23,6 +23,7 @@ void CleanupService::setOpenFileCheck(std::function<std::optional<QString>(const
 
 void CleanupService::setInUseObserver(std::function<void()> observer)
 {
+    std::lock_guard lock(m_inUseMutex);
     m_inUseChanged = std::move(observer);
 }
 
@@ -34,11 +35,9 @@ std::vector<RecordId> CleanupService::filesInUse() const
 
 void CleanupService::setInUse(RecordId id, bool inUse)
 {
-    bool changed = false;
-    {
-        std::lock_guard lock(m_inUseMutex);
-        changed = inUse ? m_inUse.insert(id).second : m_inUse.erase(id) > 0;
-    }
+    // The observer runs under the lock, so once it is replaced the old one is never called.
+    std::lock_guard lock(m_inUseMutex);
+    const bool changed = inUse ? m_inUse.insert(id).second : m_inUse.erase(id) > 0;
     if (changed && m_inUseChanged)
         m_inUseChanged();
 }

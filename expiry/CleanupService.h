@@ -56,7 +56,8 @@ public:
 
     // Which program holds the file at a path open, if any; by default a look at /proc.
     void setOpenFileCheck(std::function<std::optional<QString>(const QByteArray &)> check);
-    // Told, on the service's executor, whenever the set of files in use changes.
+    // Told, on the service's executor, whenever the set of files in use changes. It runs
+    // under the service's lock: it must only post work elsewhere, never call back in.
     void setInUseObserver(std::function<void()> observer);
     // The temporary records whose expiry waits for a program to close the file. Any thread.
     std::vector<RecordId> filesInUse() const;
@@ -96,8 +97,8 @@ private:
     Scheduler::TimerId m_staleRecordTask = Scheduler::invalidTimer;
     std::function<void(const std::vector<TrashFailure> &)> m_trashFailed;
     std::function<std::optional<QString>(const QByteArray &)> m_openBy;
-    std::function<void()> m_inUseChanged;
     mutable std::mutex m_inUseMutex;
+    std::function<void()> m_inUseChanged; // under m_inUseMutex
     std::set<RecordId> m_inUse; // under m_inUseMutex
     std::shared_ptr<int> m_lifetime = std::make_shared<int>(0);
 };
