@@ -165,8 +165,7 @@ QVariant PopoverListModel::data(const QModelIndex &index, int role) const
         return {};
     case RowKind::backlog:
         if (role == BacklogTextRole) {
-            return tr("%n file(s) older than %1", nullptr, int(m_lists.backlog.size()))
-                       .arg(tr("%n day(s)", nullptr, m_backlogAgeDays))
+            return tr("%n file(s) older than %1 days", nullptr, int(m_lists.backlog.size())).arg(m_backlogAgeDays)
                 + QStringLiteral(" · ") + formatByteCount(m_lists.backlogBytes);
         }
         return {};

@@ -435,7 +435,7 @@ void PopoverWindow::chooseBacklogAge(const QPoint &globalPosition)
     menu->setAttribute(Qt::WA_DeleteOnClose);
     const int current = backlogAgeDays(m_services.prefs);
     for (const int days : {7, 14, 30, 90, 180, 365}) {
-        QAction *action = menu->addAction(tr("Older than %n day(s)", nullptr, days), this, [this, days] {
+        QAction *action = menu->addAction(tr("Older than %1 days").arg(days), this, [this, days] {
             m_services.prefs.setValue(backlogAgeKey, days);
             startFetch();
         });
