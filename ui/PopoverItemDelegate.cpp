@@ -54,14 +54,7 @@ QString reviewText()
     return PopoverItemDelegate::tr("Review…");
 }
 
-// The size, and for a temporary file whose expiry waits for a program, that it is in use.
-QString captionText(const QModelIndex &index)
-{
-    const QString size = index.data(PopoverListModel::SizeLabelRole).toString();
-    if (index.data(PopoverListModel::InUseRole).toBool())
-        return size + QStringLiteral(" · ") + PopoverItemDelegate::tr("in use");
-    return size;
-}
+
 
 QString keepAllText()
 {
@@ -311,7 +304,7 @@ void PopoverItemDelegate::paintFile(QPainter *painter, const QStyleOptionViewIte
     painter->setFont(caption);
     painter->setPen(popoverstyle::secondaryText(palette));
     painter->drawText(QRect(textLeft, top + nameMetrics.height(), width, captionMetrics.height()),
-                      Qt::AlignLeft | Qt::AlignVCenter, captionMetrics.elidedText(captionText(index), Qt::ElideRight, width));
+                      Qt::AlignLeft | Qt::AlignVCenter, captionMetrics.elidedText(index.data(PopoverListModel::SizeLabelRole).toString(), Qt::ElideRight, width));
 
     const QModelIndex next = index.siblingAtRow(index.row() + 1);
     if (next.isValid() && isFileRow(kindOf(next))) {

@@ -204,6 +204,9 @@ QVariant PopoverListModel::data(const QModelIndex &index, int role) const
     }
     if (row.kind == RowKind::temporaryFile && role == InUseRole)
         return std::find(m_lists.inUse.begin(), m_lists.inUse.end(), file.id) != m_lists.inUse.end();
+    // Past its expiry, but a program holds it: the pill says why it is still here.
+    if (row.kind == RowKind::temporaryFile && role == CountdownTextRole && data(index, InUseRole).toBool())
+        return tr("in use");
     if (row.kind == RowKind::temporaryFile) {
         const auto &countdown = m_countdowns[std::size_t(row.fileIndex)];
         if (countdown && role == CountdownTextRole)

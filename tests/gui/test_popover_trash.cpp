@@ -127,6 +127,8 @@ TEST_F(PopoverTrashTest, ATemporaryFileWhoseExpiryWaitsSaysItIsInUse)
     for (int row = 1; row < 3; ++row) {
         const bool isMovie = model.index(row).data().toString() == QStringLiteral("movie.mp4");
         EXPECT_EQ(model.index(row).data(PopoverListModel::InUseRole).toBool(), isMovie);
+        EXPECT_EQ(model.index(row).data(PopoverListModel::CountdownTextRole).toString() == QStringLiteral("in use"),
+                  isMovie);
     }
 }
 

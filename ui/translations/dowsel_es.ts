@@ -576,10 +576,6 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
         <translation>Revisar…</translation>
     </message>
     <message>
-        <source>in use</source>
-        <translation>en uso</translation>
-    </message>
-    <message>
         <source>Move it back to where it was</source>
         <translation>Devolverlo a donde estaba</translation>
     </message>
@@ -605,6 +601,10 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
     <message>
         <source>Recently moved to the Trash</source>
         <translation>Enviados a la Papelera hace poco</translation>
+    </message>
+    <message>
+        <source>in use</source>
+        <translation>en uso</translation>
     </message>
     <message numerus="yes">
         <source>%n file(s) older than %1 days</source>
