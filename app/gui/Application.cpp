@@ -253,7 +253,9 @@ int runApplication(int argc, char *argv[])
         .reveal = {},
         .loginItem = &state.loginItem(),
         .thumbnails = &ThumbnailCache::shared(),
+        .filesInUse = [&cleanup] { return cleanup.filesInUse(); },
     });
+    cleanup.setInUseObserver([&popover] { popover.refresh(); });
     // The popover and the toast follow the store: every committed change asks them to read
     // again (a file kept from the bus leaves its toast).
     ToastController &toastController = toastUi->controller();
@@ -315,6 +317,7 @@ int runApplication(int argc, char *argv[])
     // No timer may fire into a worker while the services and their workers go away.
     scheduler.shutdown();
     state.trackedFileActor().call([](TrackedFileStore &s) { s.setChangeObserver({}); }).wait();
+    cleanup.setInUseObserver({});
     return status;
 }
 

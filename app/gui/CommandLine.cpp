@@ -33,6 +33,8 @@ const char usageText[] = "usage: dowsel                      start Dowsel (or sh
                          "       dowsel keep FILE [DURATION] keep FILE as temporary (default expiry, or e.g. 2h)\n"
                          "       dowsel dismiss FILE         keep FILE for good\n"
                          "       dowsel trash FILE           move FILE to the Trash now\n"
+                         "       dowsel restore FILE         put back FILE (its path or name) that Dowsel moved\n"
+                         "                                   to the Trash\n"
                          "       dowsel toast ACTION         act on the toast that is showing: keep, keep-for\n"
                          "                                   DURATION, time, move, more, open, copy, share,\n"
                          "                                   delete, dismiss (bind these where keys cannot be grabbed)\n"
@@ -155,6 +157,30 @@ int toast(QDBusInterface &dowsel, const QString &action, const QString &duration
     return 0;
 }
 
+// A bare name is looked up among the names of what Dowsel trashed; anything with a slash is
+// a path, made absolute.
+int restore(QDBusInterface &dowsel, const QByteArray &file)
+{
+    const QByteArray named = file.contains('/') ? absolutePath(file.constData()) : file;
+    const QDBusMessage reply = dowsel.call(QStringLiteral("Restore"), named);
+    if (reply.type() == QDBusMessage::ErrorMessage) {
+        printLine(QStringLiteral("dowsel: ") + reply.errorMessage(), stderr);
+        return 1;
+    }
+    const QByteArray restored = reply.arguments().value(0).toByteArray();
+    if (restored.isEmpty()) {
+        printLine(QStringLiteral("dowsel: Dowsel gave no answer about where %1 is").arg(QFile::decodeName(file)), stderr);
+        return 1;
+    }
+    const QByteArray originalName = named.mid(named.lastIndexOf('/') + 1);
+    const QByteArray restoredName = restored.mid(restored.lastIndexOf('/') + 1);
+    if (restoredName != originalName)
+        printLine(QStringLiteral("%1 is taken: put back as %2").arg(QFile::decodeName(named), QFile::decodeName(restored)));
+    else
+        printLine(QStringLiteral("Put back %1").arg(QFile::decodeName(restored)));
+    return 0;
+}
+
 } // namespace
 
 int runCommandLine(int argc, char *argv[])
@@ -186,7 +212,7 @@ int runCommandLine(int argc, char *argv[])
         return 0;
     }
     if (command != "list" && command != "keep" && command != "dismiss" && command != "trash" && command != "toast"
-        && command != "status")
+        && command != "status" && command != "restore")
         return refuse(QStringLiteral("unknown command %1").arg(QString::fromLocal8Bit(command)));
     const std::size_t count = operands.size();
     if (command == "toast") {
@@ -213,6 +239,9 @@ int runCommandLine(int argc, char *argv[])
         return status(dowsel);
     if (command == "toast")
         return toast(dowsel, QString::fromLocal8Bit(operands[1]), count > 2 ? QString::fromLocal8Bit(operands[2]) : QString());
+
+    if (command == "restore")
+        return restore(dowsel, operands[1]);
 
     const QByteArray path = absolutePath(operands[1].constData());
     const QString name = QFile::decodeName(path.mid(path.lastIndexOf('/') + 1));

@@ -40,6 +40,9 @@ QString notSavedText()
 const QString errorTrashRefused = QStringLiteral("app.dowsel.Error.TrashRefused");
 const QString errorNotDone = QStringLiteral("app.dowsel.Error.NotDone");
 
+const QString errorNotInTrash = QStringLiteral("app.dowsel.Error.NotInTrash");
+const QString errorRestoreFailed = QStringLiteral("app.dowsel.Error.RestoreFailed");
+
 const QString errorNoToast = QStringLiteral("app.dowsel.Error.NoToast");
 const QString errorToastBusy = QStringLiteral("app.dowsel.Error.ToastBusy");
 const QString errorUnknownAction = QStringLiteral("app.dowsel.Error.UnknownAction");
@@ -245,6 +248,45 @@ void ControlService::Trash(const QByteArray &path)
         }
         return Answer{};
     });
+}
+
+QByteArray ControlService::Restore(const QByteArray &file)
+{
+    if (file.isEmpty() || file.contains('\0')) {
+        sendErrorReply(errorBadPath, QStringLiteral("%1: not a file name").arg(displayText(file.left(file.indexOf('\0')))));
+        return {};
+    }
+    setDelayedReply(true);
+    const QDBusMessage request = message();
+    struct Outcome {
+        bool found = false;
+        TrackedFileStore::PutBack putBack;
+    };
+    m_store.call(
+        [file](TrackedFileStore &store) {
+            const auto trashed = store.findTrashed(file);
+            if (!trashed)
+                return Outcome{};
+            return Outcome{true, store.putBack(trashed->id)};
+        },
+        m_main,
+        [request, file](const Outcome &outcome) {
+            QDBusConnection bus = QDBusConnection::sessionBus();
+            if (!outcome.found) {
+                bus.send(request.createErrorReply(
+                    errorNotInTrash, QStringLiteral("%1: Dowsel moved nothing by that name to the Trash that is still "
+                                                    "there (it may have been emptied, restored, or trashed by "
+                                                    "another program)")
+                                         .arg(displayText(file))));
+            } else if (!outcome.putBack.error.isEmpty()) {
+                bus.send(request.createErrorReply(
+                    errorRestoreFailed, QStringLiteral("cannot put back %1: %2; it stays in the Trash")
+                                            .arg(displayText(fileNameOf(file)), outcome.putBack.error)));
+            } else {
+                bus.send(request.createReply(QVariant(outcome.putBack.path)));
+            }
+        });
+    return {};
 }
 
 void ControlService::Toast(const QString &action, const QString &duration)

@@ -56,6 +56,9 @@ public Q_SLOTS:
     // Moves the tracked item at `path` to the Trash now; an error, and the item still
     // tracked, when the Trash refuses it.
     void Trash(const QByteArray &path);
+    // Puts back an item Dowsel moved to the Trash, named by its original path or its name;
+    // under a free name beside it when another item has its path. Returns where it is now.
+    QByteArray Restore(const QByteArray &file);
     // Acts on the toast that is up: "keep", "keep-for" (with `duration`), "time", "move",
     // "more", "open", "copy", "share", "delete", "dismiss". An error when no toast is showing.
     void Toast(const QString &action, const QString &duration);

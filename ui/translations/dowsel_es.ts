@@ -514,6 +514,28 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
     </message>
 </context>
 <context>
+    <name>dowsel::BacklogPage</name>
+    <message>
+        <source>Make temporary</source>
+        <translation>Hacer temporales</translation>
+    </message>
+    <message>
+        <source>Move to Trash</source>
+        <translation>Mover a la Papelera</translation>
+    </message>
+    <message>
+        <source>They go to the Trash when the default expiry passes</source>
+        <translation>Irán a la Papelera cuando pase la caducidad predeterminada</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n file(s) selected, %1 in all</source>
+        <translation>
+            <numerusform>%n archivo seleccionado, %1 en total</numerusform>
+            <numerusform>%n archivos seleccionados, %1 en total</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>dowsel::BrowseButton</name>
     <message>
         <source>Browse</source>
@@ -667,6 +689,30 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
         <source>Show ignored files</source>
         <translation>Mostrar archivos ignorados</translation>
     </message>
+    <message>
+        <source>Put back</source>
+        <translation>Restaurar</translation>
+    </message>
+    <message>
+        <source>Make all temporary</source>
+        <translation>Hacer todos temporales</translation>
+    </message>
+    <message>
+        <source>Review…</source>
+        <translation>Revisar…</translation>
+    </message>
+    <message>
+        <source>Move it back to where it was</source>
+        <translation>Devolverlo a donde estaba</translation>
+    </message>
+    <message>
+        <source>Change the age</source>
+        <translation>Cambiar la antigüedad</translation>
+    </message>
+    <message>
+        <source>A program has it open: it goes to the Trash once it is closed</source>
+        <translation>Un programa lo tiene abierto: irá a la Papelera cuando se cierre</translation>
+    </message>
 </context>
 <context>
     <name>dowsel::PopoverListModel</name>
@@ -677,6 +723,21 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
     <message>
         <source>Ignored / already there</source>
         <translation>Ignorados / ya estaban</translation>
+    </message>
+    <message>
+        <source>Recently moved to the Trash</source>
+        <translation>Enviados a la Papelera hace poco</translation>
+    </message>
+    <message>
+        <source>in use</source>
+        <translation>en uso</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n file(s) older than %1 days</source>
+        <translation>
+            <numerusform>%n archivo de más de %1 días</numerusform>
+            <numerusform>%n archivos de más de %1 días</numerusform>
+        </translation>
     </message>
 </context>
 <context>
@@ -723,6 +784,40 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
     <message>
         <source>Dowsel&apos;s list of files could not be written: another program may hold it, or the disk is full.</source>
         <translation>No se ha podido escribir la lista de archivos de Dowsel: puede que otro programa la tenga abierta o que el disco esté lleno.</translation>
+    </message>
+    <message>
+        <source>Old files</source>
+        <translation>Archivos antiguos</translation>
+    </message>
+    <message>
+        <source>%1 was not put back: %2</source>
+        <translation>No se ha restaurado %1: %2</translation>
+    </message>
+    <message>
+        <source>Its folder %1 was made again.</source>
+        <translation>Se ha vuelto a crear su carpeta %1.</translation>
+    </message>
+    <message>
+        <source>%1 was taken, so it is back as %2.</source>
+        <translation>%1 ya existía, así que ha vuelto como %2.</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n file(s) were not made temporary.</source>
+        <translation>
+            <numerusform>No se ha hecho temporal %n archivo.</numerusform>
+            <numerusform>No se han hecho temporales %n archivos.</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n file(s) were not moved to the Trash:</source>
+        <translation>
+            <numerusform>No se ha podido mover %n archivo a la Papelera:</numerusform>
+            <numerusform>No se han podido mover %n archivos a la Papelera:</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Older than %1 days</source>
+        <translation>De más de %1 días</translation>
     </message>
 </context>
 <context>
