@@ -1,5 +1,7 @@
 #include "core/Session.h"
 
+#include <QStringList>
+
 #include <cstdlib>
 
 namespace dowsel {
@@ -22,6 +24,20 @@ Session detectSession(const std::function<QByteArray(const char *)> &environment
     else if (!environment("DISPLAY").isEmpty())
         session.type = SessionType::x11;
     return session;
+}
+
+bool Session::unmanagedWindowsTakeKeyboard() const
+{
+    if (type != SessionType::wayland || !throughXwayland)
+        return false;
+    return x11WindowManager == QLatin1String("wlroots wm")
+        || desktop.split(QLatin1Char(':')).contains(QStringLiteral("Hyprland"), Qt::CaseInsensitive);
+}
+
+bool prefersXwayland(const std::function<QByteArray(const char *)> &environment)
+{
+    return detectSession(environment).type == SessionType::wayland && environment("QT_QPA_PLATFORM").trimmed().isEmpty()
+        && !environment("DISPLAY").trimmed().isEmpty();
 }
 
 Session currentSession()

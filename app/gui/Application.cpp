@@ -20,6 +20,8 @@
 #include "platform/linux/SpawnProcessLauncher.h"
 #include "platform/linux/SystemClock.h"
 #include "platform/linux/gui/FreedesktopNotifier.h"
+#include "platform/linux/x11/X11Desktop.h"
+#include "toast/gui/FloatingPanel.h"
 #include "toast/gui/ToastUi.h"
 #include "ui/FileManager.h"
 #include "ui/FallbackIcons.h"
@@ -38,6 +40,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <vector>
 #include <xcb/xcb.h>
 
 namespace dowsel {
@@ -48,6 +51,12 @@ struct XcbDisconnect {
     void operator()(xcb_connection_t *connection) const { xcb_disconnect(connection); }
 };
 using XcbConnection = std::unique_ptr<xcb_connection_t, XcbDisconnect>;
+
+bool connects(XcbConnection &probe)
+{
+    probe.reset(xcb_connect(nullptr, nullptr));
+    return probe && xcb_connection_has_error(probe.get()) == 0;
+}
 
 // Qt aborts with a long message when it cannot reach a display; say it in one line, with
 // what to do about it. The X connection made for the check goes to `probe`, to be closed
@@ -61,8 +70,18 @@ bool displayAvailable(XcbConnection &probe)
     const char *wayland = std::getenv("WAYLAND_DISPLAY");
     if ((!platform || !*platform) && wayland && *wayland)
         return true;
-    probe.reset(xcb_connect(nullptr, nullptr));
-    return probe && xcb_connection_has_error(probe.get()) == 0;
+    return connects(probe);
+}
+
+QString windowsName(const Session &session)
+{
+    if (session.throughXwayland)
+        return QStringLiteral("xwayland");
+    if (session.nativeWaylandWindows)
+        return QStringLiteral("wayland");
+    if (QGuiApplication::platformName() == QLatin1String("xcb"))
+        return QStringLiteral("x11");
+    return QGuiApplication::platformName();
 }
 
 ToastParts makeToastUi(AppState &state, ToastUi *&made)
@@ -90,7 +109,8 @@ QJsonObject statusReport(AppState &state, const GlobalShortcuts &shortcuts, cons
 {
     PermissionsManager &permissions = state.permissions();
     const auto [granted, downloadsAccess] = permissions.refresh();
-    const Session session = permissions.session().value_or(Session{});
+    Session session = permissions.session().value_or(Session{});
+    session.x11WindowManager = x11::windowManagerName();
     const ShortcutsGrant grant = permissions.shortcutsGrant();
     QString reason = grant.reason;
     const QStringList blocked = shortcuts.blockedShortcuts();
@@ -120,6 +140,9 @@ QJsonObject statusReport(AppState &state, const GlobalShortcuts &shortcuts, cons
         {QStringLiteral("session"), sessionTypeName(session.type)},
         {QStringLiteral("desktop"), session.desktop},
         {QStringLiteral("nativeWaylandWindows"), session.nativeWaylandWindows},
+        {QStringLiteral("windows"), windowsName(session)},
+        {QStringLiteral("x11WindowManager"), session.x11WindowManager},
+        {QStringLiteral("inputsUnmanaged"), session.unmanagedWindowsTakeKeyboard()},
         {QStringLiteral("shortcutsGranted"), granted},
         {QStringLiteral("shortcutsReason"), granted ? QString() : reason},
         {QStringLiteral("shortcutsVia"), via},
@@ -142,14 +165,32 @@ int runApplication(int argc, char *argv[])
     if (const int status = runCommandLine(argc, argv); status >= 0)
         return status;
     XcbConnection displayProbe;
-    if (!displayAvailable(displayProbe)) {
+    const auto environment = [](const char *name) { return QByteArray(std::getenv(name)); };
+    bool xwayland = false;
+    if (prefersXwayland(environment)) {
+        xwayland = connects(displayProbe);
+        if (!xwayland) {
+            displayProbe.reset();
+            qCWarning(lcApp) << "Xwayland does not answer on DISPLAY: drawing as a Wayland window, which the "
+                                "compositor places";
+        }
+    } else if (!displayAvailable(displayProbe)) {
         std::fprintf(stderr, "dowsel: no display (DISPLAY=%s); run it inside a desktop session, or headless with "
                              "`xvfb-run -a dowsel`\n",
                      std::getenv("DISPLAY") ? std::getenv("DISPLAY") : "unset");
         return 2;
     }
 
-    QApplication app(argc, argv);
+    // Through Xwayland the toast can be placed, kept above other windows and let clicks through.
+    // Asked for on Qt's command line: QT_QPA_PLATFORM would reach the programs Dowsel opens.
+    std::vector<char *> qtArguments(argv, argv + argc);
+    char platformOption[] = "-platform";
+    char xcbPlatform[] = "xcb";
+    if (xwayland)
+        qtArguments.insert(qtArguments.begin() + std::min(argc, 1), {platformOption, xcbPlatform});
+    int qtArgumentCount = static_cast<int>(qtArguments.size());
+    qtArguments.push_back(nullptr);
+    QApplication app(qtArgumentCount, qtArguments.data());
     displayProbe.reset();
     QApplication::setApplicationName(QStringLiteral("dowsel"));
     QApplication::setApplicationDisplayName(QStringLiteral("Dowsel"));
@@ -219,9 +260,16 @@ int runApplication(int argc, char *argv[])
                    },
                    std::move(opened.store));
     GlobalShortcuts &shortcuts = toastUi->shortcuts();
-    const Session session = currentSession();
+    Session session = currentSession();
+    session.nativeWaylandWindows = QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    session.throughXwayland = session.type == SessionType::wayland && QGuiApplication::platformName() == QLatin1String("xcb");
     qCInfo(lcApp).noquote() << "Session: " + sessionTypeName(session.type)
-                                   + (session.desktop.isEmpty() ? QString() : QStringLiteral(" (") + session.desktop + QLatin1Char(')'));
+                                   + (session.desktop.isEmpty() ? QString() : QStringLiteral(" (") + session.desktop + QLatin1Char(')'))
+                                   + QStringLiteral(", windows: ") + windowsName(session);
+    FloatingPanel::setKeyboardPanelsUnmanaged([session]() mutable {
+        session.x11WindowManager = x11::windowManagerName();
+        return session.unmanagedWindowsTakeKeyboard();
+    });
     state.permissions().setSession(session);
     state.permissions().setAccessibilityCheck([&shortcuts] { return shortcuts.isInstalled(); });
     state.permissions().setPortalCheck([toastUi] { return portalStatusOf(toastUi->keyGrabber()); });

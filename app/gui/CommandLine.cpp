@@ -122,6 +122,20 @@ int status(QDBusInterface &dowsel)
     if (!text("desktop").isEmpty())
         session += QStringLiteral(" (") + text("desktop") + QLatin1Char(')');
     printLine(QStringLiteral("Session:            ") + session);
+    // On X11 the windows are X11 windows, as ever; on Wayland, how they reach the screen.
+    QString windows = text("session") == u"wayland" ? text("windows") : QString();
+    if (windows == QLatin1String("xwayland")) {
+        windows = QStringLiteral("through Xwayland");
+        if (!text("x11WindowManager").isEmpty())
+            windows += QStringLiteral(" (") + text("x11WindowManager") + QLatin1Char(')');
+        windows += status.value(QStringLiteral("inputsUnmanaged")).toBool()
+            ? QStringLiteral(": the toast and its inputs above other windows, the inputs take the keyboard when shown")
+            : QStringLiteral(": the toast above other windows, its inputs as dialogs the desktop activates");
+    } else if (windows == QLatin1String("wayland")) {
+        windows = QStringLiteral("Wayland: the desktop places the toast, and clicks beside it do not pass");
+    }
+    if (!windows.isEmpty())
+        printLine(QStringLiteral("Windows:            ") + windows);
     QString shortcuts = yesNo("shortcutsGranted");
     if (!text("shortcutsReason").isEmpty())
         shortcuts += QStringLiteral(": ") + text("shortcutsReason");

@@ -140,3 +140,80 @@ mapped_window_of_size() {
 window_origin() {
   xwininfo -id "$1" | awk '/Absolute upper-left X/ {x=$NF} /Absolute upper-left Y/ {y=$NF} END {print x, y}'
 }
+
+# Wayland: a headless sway with Xwayland. Sets WAYLAND_DISPLAY (a path), DISPLAY (its
+# Xwayland), SWAYSOCK and E2E_SWAY_OUTPUT_SIZE, and exports the variables of a Wayland
+# session. Exits 77 (skipped) with the reason where sway cannot run here. sway refuses to
+# run as root, so as root it runs as nobody, in a runtime folder of its own, and lets root's
+# clients into Xwayland (xhost); root reaches its sockets all the same.
+e2e_start_sway() {
+  local width=${1:-1280} height=${2:-800} i
+  local tool
+  for tool in sway swaymsg Xwayland grim wtype xhost; do
+    command -v "$tool" >/dev/null || { echo "SKIP: $tool is not installed (scripts/setup installs it)"; exit 77; }
+  done
+  local run_as=() runtime="$E2E_ROOT/sway/run"
+  mkdir -p "$runtime"
+  chmod 700 "$runtime"
+  if [ "$(id -u)" -eq 0 ]; then
+    run_as=(setpriv --reuid=65534 --regid=65534 --clear-groups)
+    chown 65534:65534 "$runtime"
+  fi
+  cat >"$E2E_ROOT/sway/config" <<CONFIG
+output HEADLESS-1 resolution ${width}x${height} position 0 0 bg #404040 solid_color
+xwayland enable
+default_border none
+focus_follows_mouse no
+exec sh $E2E_ROOT/sway/ready.sh
+CONFIG
+  # Run by sway, in its environment: lets this user into Xwayland and tells its DISPLAY.
+  cat >"$E2E_ROOT/sway/ready.sh" <<READY
+xhost +si:localuser:$(id -un) >"$runtime/xhost.log" 2>&1
+echo "\$DISPLAY" >"$runtime/xdisplay.tmp" && mv "$runtime/xdisplay.tmp" "$runtime/xdisplay"
+READY
+  chmod 755 "$E2E_ROOT" "$E2E_ROOT/sway"
+  chmod 644 "$E2E_ROOT/sway/config" "$E2E_ROOT/sway/ready.sh"
+  env -i PATH="$PATH" HOME="$runtime" XDG_RUNTIME_DIR="$runtime" \
+    WLR_BACKENDS=headless WLR_LIBINPUT_NO_DEVICES=1 WLR_RENDERER=pixman ${E2E_SWAY_DEBUG:+WLR_DEBUG=1} \
+    "${run_as[@]}" sway ${E2E_SWAY_DEBUG:+-d} -c "$E2E_ROOT/sway/config" >"$E2E_ROOT/sway/log" 2>&1 &
+  E2E_PIDS+=($!)
+  local sway_pid=$!
+  for i in $(seq 100); do
+    kill -0 "$sway_pid" 2>/dev/null || break
+    [ -s "$runtime/xdisplay" ] && break
+    sleep 0.1
+  done
+  if [ ! -s "$runtime/xdisplay" ]; then
+    echo "SKIP: headless sway did not start here: $(tail -n 5 "$E2E_ROOT/sway/log")"
+    exit 77
+  fi
+  export WAYLAND_DISPLAY="$runtime/$(cd "$runtime" && ls wayland-* | grep -v lock | head -n 1)"
+  export SWAYSOCK=$(ls "$runtime"/sway-ipc.*.sock | head -n 1)
+  export DISPLAY=$(cat "$runtime/xdisplay")
+  export XDG_SESSION_TYPE=wayland XDG_CURRENT_DESKTOP=sway
+  E2E_SWAY_OUTPUT_SIZE="$width $height"
+  wait_for 10 xdpyinfo >/dev/null 2>&1 || fail "Xwayland on $DISPLAY does not let this user in: $(cat "$runtime/xhost.log")"
+}
+
+# Clicks at X Y on the sway output (through a virtual pointer: a headless sway has no mouse).
+wl_click_at() { python3 "$(dirname "${BASH_SOURCE[0]}")/wl_input.py" click "$1" "$2" $E2E_SWAY_OUTPUT_SIZE; }
+
+# Gives the headless sway one keyboard for the whole test; wl_keys then types on it:
+# `wl_keys type 2h`, `wl_keys key Return`.
+e2e_start_wl_keyboard() {
+  mkfifo "$E2E_ROOT/keyboard.in"
+  python3 "$(dirname "${BASH_SOURCE[0]}")/wl_input.py" keyboard <"$E2E_ROOT/keyboard.in" >"$E2E_ROOT/keyboard.out" 2>&1 &
+  E2E_PIDS+=($!)
+  exec {WL_KEYBOARD_FD}>"$E2E_ROOT/keyboard.in"
+  wait_for 10 grep -q "^ok" "$E2E_ROOT/keyboard.out" || fail "no virtual keyboard: $(cat "$E2E_ROOT/keyboard.out")"
+}
+wl_keys() {
+  local done_before
+  done_before=$(grep -c "^ok" "$E2E_ROOT/keyboard.out")
+  echo "$*" >&"$WL_KEYBOARD_FD"
+  wait_for 5 eval '[ "$(grep -c "^ok" "$E2E_ROOT/keyboard.out")" -gt '"$done_before"' ]' \
+    || fail "the virtual keyboard did not type \"$*\": $(cat "$E2E_ROOT/keyboard.out")"
+}
+
+# Prints the colour of the pixel at X Y of a grim screenshot FILE as "R G B".
+png_pixel() { convert "$1" -format "%[fx:int(255*p{$2,$3}.r)] %[fx:int(255*p{$2,$3}.g)] %[fx:int(255*p{$2,$3}.b)]" info:; }

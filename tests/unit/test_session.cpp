@@ -46,6 +46,58 @@ TEST(Session, DesktopAndQtPlatformAreKept)
     EXPECT_EQ(sessionTypeName(SessionType::unknown), QStringLiteral("unknown"));
 }
 
+TEST(Session, AWaylandSessionDrawsThroughXwaylandUnlessTheUserChoseQtsPlatform)
+{
+    const auto prefers = [](const std::map<std::string, QByteArray> &variables) {
+        return prefersXwayland([&variables](const char *name) {
+            const auto found = variables.find(name);
+            return found == variables.end() ? QByteArray() : found->second;
+        });
+    };
+    EXPECT_TRUE(prefers({{"XDG_SESSION_TYPE", "wayland"}, {"WAYLAND_DISPLAY", "wayland-0"}, {"DISPLAY", ":0"}}));
+    EXPECT_TRUE(prefers({{"WAYLAND_DISPLAY", "wayland-1"}, {"DISPLAY", ":1"}})) << "a session started by hand";
+    EXPECT_TRUE(prefers({{"XDG_SESSION_TYPE", "wayland"}, {"DISPLAY", ":0"}, {"QT_QPA_PLATFORM", " "}}));
+    EXPECT_FALSE(prefers({{"XDG_SESSION_TYPE", "wayland"}, {"WAYLAND_DISPLAY", "wayland-0"}}))
+        << "no Xwayland to draw through";
+    EXPECT_FALSE(prefers({{"XDG_SESSION_TYPE", "wayland"}, {"DISPLAY", ":0"}, {"QT_QPA_PLATFORM", "wayland"}}));
+    EXPECT_FALSE(prefers({{"XDG_SESSION_TYPE", "wayland"}, {"DISPLAY", ":0"}, {"QT_QPA_PLATFORM", "xcb"}}))
+        << "the user's own choice is left to Qt";
+    EXPECT_FALSE(prefers({{"XDG_SESSION_TYPE", "x11"}, {"WAYLAND_DISPLAY", "wayland-0"}, {"DISPLAY", ":0"}}));
+    EXPECT_FALSE(prefers({{"DISPLAY", ":0"}}));
+}
+
+TEST(Session, OnlyWlrootsXwaylandHandsUnmanagedWindowsTheKeyboard)
+{
+    Session sway = sessionOf({{"XDG_SESSION_TYPE", "wayland"}, {"XDG_CURRENT_DESKTOP", "sway"}, {"DISPLAY", ":0"}});
+    sway.throughXwayland = true;
+    sway.x11WindowManager = QStringLiteral("wlroots wm");
+    EXPECT_TRUE(sway.unmanagedWindowsTakeKeyboard());
+
+    Session notYet = sway;
+    notYet.x11WindowManager.clear();
+    EXPECT_FALSE(notYet.unmanagedWindowsTakeKeyboard()) << "before the window manager answers, the managed way";
+
+    Session hyprland = notYet;
+    hyprland.desktop = QStringLiteral("Hyprland");
+    EXPECT_TRUE(hyprland.unmanagedWindowsTakeKeyboard());
+
+    Session gnome = sway;
+    gnome.desktop = QStringLiteral("ubuntu:GNOME");
+    gnome.x11WindowManager = QStringLiteral("GNOME Shell");
+    EXPECT_FALSE(gnome.unmanagedWindowsTakeKeyboard()) << "Mutter never focuses an unmanaged window";
+    Session kde = gnome;
+    kde.desktop = QStringLiteral("KDE");
+    kde.x11WindowManager = QStringLiteral("KWin");
+    EXPECT_FALSE(kde.unmanagedWindowsTakeKeyboard());
+
+    Session nativeWindows = sway;
+    nativeWindows.throughXwayland = false;
+    EXPECT_FALSE(nativeWindows.unmanagedWindowsTakeKeyboard()) << "no X11 windows at all";
+    Session x11 = sway;
+    x11.type = SessionType::x11;
+    EXPECT_FALSE(x11.unmanagedWindowsTakeKeyboard()) << "an X11 session keeps its managed inputs";
+}
+
 TEST(Session, GrabsOnAWaylandSessionAreNeverReportedAsGranted)
 {
     MemoryPreferences prefs;

@@ -1,16 +1,38 @@
 #include "toast/gui/FloatingPanel.h"
 
+#include "core/Logging.h"
 #include "platform/linux/x11/X11Desktop.h"
 
+#include <QPointer>
+#include <QTimer>
 #include <QWindow>
 
 namespace dowsel {
 
 namespace {
 
-Qt::WindowFlags flagsFor(FloatingPanel::Role role)
+// The panel holding the keyboard grab: one per X client, each new grab replacing the last.
+QPointer<FloatingPanel> grabbingPanel;
+
+std::function<bool()> &unmanagedKeyboardPanels()
 {
-    Qt::WindowFlags flags = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint;
+    static std::function<bool()> unmanaged;
+    return unmanaged;
+}
+
+bool unmanagedRole(FloatingPanel::Role role)
+{
+    return role == FloatingPanel::Role::display || (unmanagedKeyboardPanels() && unmanagedKeyboardPanels()());
+}
+
+Qt::WindowFlags flagsFor(FloatingPanel::Role role, bool unmanaged)
+{
+    const Qt::WindowFlags common = Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint;
+    if (role == FloatingPanel::Role::keyboard && unmanaged) {
+        // A plain window type: a utility (Qt::Tool) or a notification is never given the keyboard.
+        return Qt::Window | common | Qt::X11BypassWindowManagerHint;
+    }
+    Qt::WindowFlags flags = Qt::Tool | common;
     if (role == FloatingPanel::Role::display) {
         // The toast never takes focus, so it can stay out of the window manager's hands:
         // an unmanaged window is on every desktop, over full-screen windows, and never
@@ -22,8 +44,19 @@ Qt::WindowFlags flagsFor(FloatingPanel::Role role)
 
 } // namespace
 
+void FloatingPanel::setKeyboardPanelsUnmanaged(std::function<bool()> unmanaged)
+{
+    unmanagedKeyboardPanels() = std::move(unmanaged);
+}
+
 FloatingPanel::FloatingPanel(Role role, QSize initialSize, QWidget *parent)
-    : QWidget(parent, flagsFor(role)), m_role(role), m_translucent(x11::hasCompositor())
+    : FloatingPanel(role, unmanagedRole(role), initialSize, parent)
+{
+}
+
+FloatingPanel::FloatingPanel(Role role, bool unmanaged, QSize initialSize, QWidget *parent)
+    : QWidget(parent, flagsFor(role, unmanaged)), m_role(role), m_unmanaged(unmanaged),
+      m_translucent(x11::hasCompositor())
 {
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_TranslucentBackground, m_translucent);
@@ -55,10 +88,47 @@ void FloatingPanel::showEvent(QShowEvent *event)
     QWidget::showEvent(event);
     if (QWindow *window = windowHandle(); window && m_translucent)
         x11::drawWithoutShadow(*window);
-    if (m_role == Role::keyboard) {
+    if (m_role == Role::keyboard && m_unmanaged) {
+        m_grabAttempts = 50;
+        grabKeyboardWhenViewable();
+    }
+    if (!m_unmanaged) {
         if (QWindow *window = windowHandle())
             x11::keepOnAllDesktopsAndAbove(*window);
     }
+}
+
+void FloatingPanel::hideEvent(QHideEvent *event)
+{
+    QWidget::hideEvent(event);
+    if (m_role == Role::keyboard && m_unmanaged) {
+        m_grabAttempts = 0;
+        // A panel fading out after the next one took the grab must not end that one's.
+        if (grabbingPanel == this) {
+            grabbingPanel = nullptr;
+            x11::ungrabKeyboard();
+        }
+    }
+}
+
+// The compositor gives an unmanaged window its keyboard when the window appears; the grab
+// makes the X server send the keys here. The window becomes viewable a moment after show().
+void FloatingPanel::grabKeyboardWhenViewable()
+{
+    if (m_grabAttempts <= 0 || !isVisible())
+        return;
+    --m_grabAttempts;
+    QWindow *window = windowHandle();
+    if (window && x11::grabKeyboard(*window)) {
+        grabbingPanel = this;
+        qCDebug(lcToast) << "Keyboard grabbed for an input panel";
+        return;
+    }
+    if (m_grabAttempts == 0) {
+        qCWarning(lcToast) << "Could not grab the keyboard for an input panel: another program holds it";
+        return;
+    }
+    QTimer::singleShot(20, this, [this] { grabKeyboardWhenViewable(); });
 }
 
 } // namespace dowsel

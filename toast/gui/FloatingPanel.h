@@ -2,6 +2,8 @@
 
 #include <QWidget>
 
+#include <functional>
+
 namespace dowsel {
 
 // A frameless window that floats above ordinary and full-screen windows on every desktop
@@ -15,6 +17,12 @@ public:
 
     FloatingPanel(Role role, QSize initialSize, QWidget *parent = nullptr);
 
+    // Keyboard panels made from now on stay out of the window manager's hands, like the
+    // toast, and take the keyboard by being shown: for compositors that give an unmanaged
+    // window the keyboard when it appears and would centre a managed one.
+    // Asked each time a keyboard panel is made: the window manager may come up after Dowsel.
+    static void setKeyboardPanelsUnmanaged(std::function<bool()> unmanaged);
+
     Role role() const { return m_role; }
     bool isOnScreen() const { return isVisible(); }
     // Shows the panel without activating it.
@@ -26,12 +34,21 @@ public:
     // Whether this panel draws with real translucency; without a compositor it is shaped to
     // what it draws instead.
     bool isTranslucent() const { return m_translucent; }
+    // Out of the window manager's hands (X11 override-redirect).
+    bool isUnmanaged() const { return m_unmanaged; }
 
 protected:
     void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
 
 private:
+    FloatingPanel(Role role, bool unmanaged, QSize initialSize, QWidget *parent);
+    void grabKeyboardWhenViewable();
+
     Role m_role;
+    bool m_unmanaged;
+    // Unmanaged keyboard panels: attempts left at grabbing the keyboard once shown.
+    int m_grabAttempts = 0;
     bool m_translucent;
 };
 

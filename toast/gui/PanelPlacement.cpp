@@ -1,5 +1,6 @@
 #include "toast/gui/PanelPlacement.h"
 
+#include "platform/linux/SwayIpc.h"
 #include "platform/linux/x11/X11Desktop.h"
 #include "toast/PanelGeometry.h"
 
@@ -25,6 +26,15 @@ QScreen *screenAtNativePoint(QPoint point)
     return nullptr;
 }
 
+QScreen *screenNamed(const QString &name)
+{
+    for (QScreen *screen : QGuiApplication::screens()) {
+        if (screen->name() == name)
+            return screen;
+    }
+    return nullptr;
+}
+
 } // namespace
 
 QScreen *toastScreen()
@@ -32,6 +42,17 @@ QScreen *toastScreen()
     if (const std::optional<QPoint> active = x11::activeWindowCenter()) {
         if (QScreen *screen = screenAtNativePoint(*active))
             return screen;
+    }
+    // Through Xwayland, an X11 window is active only while one has the keyboard; sway says
+    // which output has it otherwise. Xwayland lays its outputs out as the compositor does,
+    // and names them as it does from version 23 on.
+    if (const QByteArray sway = qgetenv("SWAYSOCK"); !sway.isEmpty()) {
+        if (const std::optional<SwayOutput> output = swayFocusedOutput(sway)) {
+            if (QScreen *screen = screenNamed(output->name))
+                return screen;
+            if (QScreen *screen = screenAtNativePoint(output->rect.center()))
+                return screen;
+        }
     }
     if (QScreen *screen = QGuiApplication::screenAt(QCursor::pos()))
         return screen;

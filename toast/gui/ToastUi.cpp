@@ -1,12 +1,14 @@
 #include "toast/gui/ToastUi.h"
 
 #include "core/Session.h"
+#include "platform/linux/SwayIpc.h"
 #include "platform/linux/gui/PortalKeyGrabber.h"
 #include "platform/linux/gui/QtClipboard.h"
 #include "platform/linux/gui/QtWorkspace.h"
 #include "platform/linux/x11/X11FocusTracker.h"
 #include "platform/linux/x11/XcbKeyGrabber.h"
 #include "platform/Executor.h"
+#include "toast/gui/FloatingPanel.h"
 
 #include <QGuiApplication>
 #include <QPointer>
@@ -87,6 +89,16 @@ ToastUi::ToastUi(const ToastUiServices &services, ToastDesktop desktop)
                              },
                              Qt::QueuedConnection);
                      });
+    // Under sway an open input holds the keyboard without the application being active; sway
+    // tells when a click gives the keyboard to another window.
+    if (const QByteArray sway = qgetenv("SWAYSOCK"); !sway.isEmpty() && currentSession().type == SessionType::wayland) {
+        m_swayFocus = std::make_unique<SwayFocusWatcher>(sway);
+        QObject::connect(m_swayFocus.get(), &SwayFocusWatcher::windowFocused, m_controller.get(), [this] {
+            const auto *panel = qobject_cast<const FloatingPanel *>(m_host.keyPanel());
+            if (panel && panel->isVisible() && panel->isUnmanaged())
+                m_controller->appDidResignActive();
+        });
+    }
 }
 
 ToastUi::~ToastUi()

@@ -21,6 +21,7 @@ class FolderIndex;
 class MoveMRU;
 class Preferences;
 class ProcessLauncher;
+class SwayFocusWatcher;
 class ThumbnailCache;
 
 // The app's services that the toast works with. All of them outlive the toast UI.
@@ -94,6 +95,7 @@ private:
     std::unique_ptr<FocusTracker> m_focus;
     std::unique_ptr<ToastController> m_controller;
     GlobalShortcuts m_shortcuts;
+    std::unique_ptr<SwayFocusWatcher> m_swayFocus;
 };
 
 // The toast UI on the Linux desktop: the entry point for the app.

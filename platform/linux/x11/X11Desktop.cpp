@@ -118,6 +118,45 @@ void activateWindow(std::uint32_t window)
     xcb_flush(c);
 }
 
+QString windowManagerName()
+{
+    xcb_connection_t *c = connection();
+    if (!c)
+        return {};
+    const std::optional<xcb_window_t> check = windowProperty(c, rootWindow(c), "_NET_SUPPORTING_WM_CHECK");
+    if (!check)
+        return {};
+    XcbReply<xcb_get_property_reply_t> name(xcb_get_property_reply(
+        c, xcb_get_property(c, 0, *check, atom(c, "_NET_WM_NAME"), atom(c, "UTF8_STRING"), 0, 256), nullptr));
+    if (!name || name->format != 8)
+        return {};
+    return QString::fromUtf8(static_cast<const char *>(xcb_get_property_value(name.get())),
+                             xcb_get_property_value_length(name.get()));
+}
+
+bool grabKeyboard(QWindow &window)
+{
+    xcb_connection_t *c = connection();
+    if (!c || !window.handle())
+        return false;
+    // Without owner events: with the focus at the pointer root, a key would otherwise go to
+    // whichever of Dowsel's windows lies under the pointer (the island), not to this one.
+    XcbReply<xcb_grab_keyboard_reply_t> reply(xcb_grab_keyboard_reply(
+        c,
+        xcb_grab_keyboard(c, 0, static_cast<xcb_window_t>(window.winId()), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC,
+                          XCB_GRAB_MODE_ASYNC),
+        nullptr));
+    return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+}
+
+void ungrabKeyboard()
+{
+    if (xcb_connection_t *c = connection()) {
+        xcb_ungrab_keyboard(c, XCB_CURRENT_TIME);
+        xcb_flush(c);
+    }
+}
+
 bool hasCompositor()
 {
     xcb_connection_t *c = connection();

@@ -2,6 +2,7 @@
 
 #include <QPoint>
 #include <QRect>
+#include <QString>
 #include <QWindow>
 
 #include <cstdint>
@@ -22,6 +23,17 @@ std::optional<QPoint> activeWindowCenter();
 // pager would ask, so that focus-stealing rules let it through), or the input focus set
 // directly when no window manager answers. Does nothing when the window is no longer mapped.
 void activateWindow(std::uint32_t window);
+
+// The window manager's name (_NET_WM_NAME on its _NET_SUPPORTING_WM_CHECK window); empty
+// without one.
+QString windowManagerName();
+
+// Sends every key the X server gets to `window`, whatever window has the input focus: the
+// way an unmanaged window takes the keyboard, since no window manager hands it the focus
+// (and an Xwayland window manager takes back a focus a client sets itself). False while the
+// window is not viewable yet, or another client holds a grab.
+bool grabKeyboard(QWindow &window);
+void ungrabKeyboard();
 
 // True when a compositing manager owns _NET_WM_CM_S<n>: only then are translucent windows
 // really translucent.

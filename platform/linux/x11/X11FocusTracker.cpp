@@ -38,7 +38,10 @@ void X11FocusTracker::activateSelf()
     if (!window || !window->isVisible())
         return;
     window->raise();
-    window->activateWindow();
+    // An unmanaged window holds the keyboard with a grab; asking for the focus as well would
+    // only have it taken back by an Xwayland window manager, and the window lose the keys.
+    if (!(window->windowFlags() & Qt::X11BypassWindowManagerHint))
+        window->activateWindow();
 }
 
 void X11FocusTracker::activate(WindowHandle window)
