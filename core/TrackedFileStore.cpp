@@ -4,7 +4,7 @@
 #include "core/PosixFiles.h"
 #include "core/Sqlite.h"
 #include "core/Tags.h"
-#include "expiry/ExpirySettings.h"
+#include "core/ExpirySettings.h"
 #include "platform/Trash.h"
 
 #include <QDateTime>

@@ -2,7 +2,7 @@
 
 #include "core/Logging.h"
 #include "expiry/CleanupService.h"
-#include "expiry/ExpirySettings.h"
+#include "core/ExpirySettings.h"
 #include "move/FolderIndex.h"
 #include "move/FolderMatch.h"
 #include "move/MoveMRU.h"

@@ -5,7 +5,7 @@
 #include "core/Tags.h"
 #include "expiry/CleanupService.h"
 #include "expiry/DurationParser.h"
-#include "expiry/ExpirySettings.h"
+#include "core/ExpirySettings.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>

@@ -2,7 +2,7 @@
 
 #include "app/PermissionsManager.h"
 #include "core/Logging.h"
-#include "expiry/ExpirySettings.h"
+#include "core/ExpirySettings.h"
 #include "onboarding/OnboardingFlow.h"
 #include "onboarding/gui/OnboardingHintView.h"
 #include "onboarding/gui/OnboardingIsland.h"

@@ -1,6 +1,6 @@
 #include "platform/linux/gui/QtClipboard.h"
 #include "platform/linux/gui/QtWorkspace.h"
-#include "toast/FileUrls.h"
+#include "core/FileUrls.h"
 
 #include <QClipboard>
 #include <QGuiApplication>

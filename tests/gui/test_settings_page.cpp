@@ -1,6 +1,6 @@
 #include "PopoverTestSupport.h"
 
-#include "expiry/ExpirySettings.h"
+#include "core/ExpirySettings.h"
 #include "ui/PermissionRow.h"
 #include "ui/SettingsPage.h"
 #include "toast/gui/DynamicIslandToastView.h"

@@ -8,7 +8,7 @@
 #include "platform/fake/Executors.h"
 #include "platform/fake/FakeDesktop.h"
 #include "platform/fake/FakeFolderWatcher.h"
-#include "platform/fake/FakeToastHost.h"
+#include "FakeToastHost.h"
 #include "toast/FileMover.h"
 #include "toast/ToastController.h"
 

@@ -1,6 +1,6 @@
 #include "StoreTestSupport.h"
 
-#include "expiry/ExpirySettings.h"
+#include "core/ExpirySettings.h"
 #include "ui/model/PopoverLists.h"
 
 #include <QFile>

@@ -1,6 +1,6 @@
 #include "core/ByteCount.h"
 #include "core/TrackedFile.h"
-#include "expiry/ExpirySettings.h"
+#include "core/ExpirySettings.h"
 #include "platform/fake/MemoryPreferences.h"
 
 #include <QDateTime>

@@ -1,5 +1,5 @@
 #include "platform/linux/SpawnProcessLauncher.h"
-#include "toast/FileUrls.h"
+#include "core/FileUrls.h"
 #include "toast/ShareTargets.h"
 
 #include <QDeadlineTimer>

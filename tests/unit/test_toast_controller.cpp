@@ -1,6 +1,6 @@
 #include "ToastTestSupport.h"
 
-#include "expiry/ExpirySettings.h"
+#include "core/ExpirySettings.h"
 
 using namespace dowsel;
 using namespace dowsel::testing;

@@ -1,7 +1,7 @@
 #include "StoreTestSupport.h"
 
 #include "core/Tags.h"
-#include "expiry/ExpirySettings.h"
+#include "core/ExpirySettings.h"
 
 #include <QFile>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "expiry/ExpirySettings.h"
+#include "core/ExpirySettings.h"
 
 #include <QString>
 

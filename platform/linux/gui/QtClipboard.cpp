@@ -1,6 +1,6 @@
 #include "platform/linux/gui/QtClipboard.h"
 
-#include "toast/FileUrls.h"
+#include "core/FileUrls.h"
 
 #include <QClipboard>
 #include <QGuiApplication>

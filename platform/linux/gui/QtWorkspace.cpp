@@ -2,7 +2,7 @@
 
 #include "core/Logging.h"
 #include "core/TrackedFile.h"
-#include "toast/FileUrls.h"
+#include "core/FileUrls.h"
 
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>

@@ -1,4 +1,4 @@
-#include "expiry/ExpirySettings.h"
+#include "core/ExpirySettings.h"
 
 #include <QCoreApplication>
 

@@ -1,4 +1,4 @@
-#include "toast/FileUrls.h"
+#include "core/FileUrls.h"
 
 namespace dowsel {
 
