@@ -23,6 +23,7 @@ enum class ShortcutAction {
     move,
     more,
     deleteNow,
+    trashCopies,
     dismiss,
     onboardingPrimary,
 };

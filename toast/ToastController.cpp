@@ -1,5 +1,7 @@
 #include "toast/ToastController.h"
 
+#include "core/DownloadOrigin.h"
+#include "core/DuplicateFinder.h"
 #include "core/Logging.h"
 #include "expiry/CleanupService.h"
 #include "expiry/ExpirySettings.h"
@@ -27,6 +29,7 @@ struct ToastController::NewFileInfo {
     std::optional<TrackedFileStore::FileInfo> file;
     std::optional<Date> inheritedExpiry;
     std::optional<RecordStamp> stamp;
+    QString site;
 };
 
 std::optional<ToastController::RecordStamp> ToastController::stampOf(const std::optional<TrackedFile> &record)
@@ -85,9 +88,11 @@ void ToastController::handleNewFile(RecordId id)
     const bool inheritExpiry = !m_isActionDemoActive && autoZipApplyEnabled(m_services.preferences);
     m_services.store.call(
         [id, inheritExpiry](TrackedFileStore &store) {
-            NewFileInfo info{store.fileInfo(id), std::nullopt, stampOf(store.record(id))};
+            NewFileInfo info{store.fileInfo(id), std::nullopt, stampOf(store.record(id)), {}};
             if (info.file && inheritExpiry)
                 info.inheritedExpiry = store.inheritArchiveExpiry(id);
+            if (info.file)
+                info.site = downloadSite(info.file->filePath); // two small attribute reads, off the main thread
             return info;
         },
         m_services.mainExecutor, whileAlive([this, id](const NewFileInfo &info) { continueNewFile(id, info); }));
@@ -115,7 +120,9 @@ void ToastController::continueNewFile(RecordId id, const NewFileInfo &info)
         || std::any_of(m_waitingEntries.begin(), m_waitingEntries.end(), sameId))
         return; // announced twice: the toast already covers it
     m_joinedAs[id] = info.stamp.value_or(RecordStamp{});
-    ToastEntry entry{id, info.file->fileName, info.file->filePath, info.file->fileSize};
+    ToastEntry entry{id, info.file->fileName, info.file->filePath, info.file->fileSize, info.site, {}};
+    if (!m_isActionDemoActive)
+        checkForCopy(entry);
     if (m_isHiding) {
         // The collapsing toast has answered for its own files already; this one gets a toast
         // of its own as soon as that one is gone.
@@ -124,6 +131,45 @@ void ToastController::continueNewFile(RecordId id, const NewFileInfo &info)
     }
     m_toastEntries.push_back(std::move(entry));
     openToastWithNewEntries();
+}
+
+// The answer comes later from a worker; the toast shows at once and gains its line then.
+void ToastController::checkForCopy(const ToastEntry &entry)
+{
+    if (!m_services.duplicates || entry.fileSize <= 0 || entry.filePath.isEmpty())
+        return;
+    m_services.duplicates->check(entry.filePath,
+                                 whileAlive([this, id = entry.id](const std::optional<QByteArray> &original) {
+                                     if (original)
+                                         noteCopy(id, *original);
+                                 }));
+}
+
+void ToastController::noteCopy(RecordId id, const QByteArray &original)
+{
+    const auto sameId = [id](const ToastEntry &entry) { return entry.id == id; };
+    if (const auto waiting = std::find_if(m_waitingEntries.begin(), m_waitingEntries.end(), sameId);
+        waiting != m_waitingEntries.end()) {
+        waiting->sameAs = original;
+        return;
+    }
+    const auto shown = std::find_if(m_toastEntries.begin(), m_toastEntries.end(), sameId);
+    if (shown == m_toastEntries.end() || m_isHiding)
+        return; // answered for already
+    shown->sameAs = original;
+    qCDebug(lcToast).noquote() << "ToastController: " + displayText(shown->fileName) + " is the same as "
+                                          + displayText(original);
+    refreshToast();
+}
+
+QStringList ToastController::coveredSites() const
+{
+    QStringList sites;
+    for (auto entry = m_toastEntries.rbegin(); entry != m_toastEntries.rend(); ++entry) {
+        if (!entry->site.isEmpty() && !sites.contains(entry->site))
+            sites << entry->site;
+    }
+    return sites;
 }
 
 void ToastController::openToastWithNewEntries()

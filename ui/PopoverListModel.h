@@ -27,6 +27,7 @@ public:
         ExpandedRole,       // ignored header
         FolderLikeRole,
         FilePathRole, // QByteArray, the exact bytes of the path
+        SiteRole,     // where the file was downloaded from, or empty
     };
 
     explicit PopoverListModel(QObject *parent = nullptr);

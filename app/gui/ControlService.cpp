@@ -50,6 +50,7 @@ std::optional<ShortcutAction> toastAction(const QString &name)
         {"more", ShortcutAction::more},          {"open", ShortcutAction::open},
         {"copy", ShortcutAction::copy},          {"share", ShortcutAction::share},
         {"delete", ShortcutAction::deleteNow},   {"dismiss", ShortcutAction::dismiss},
+        {"trash-copy", ShortcutAction::trashCopies},
     };
     for (const auto &[text, action] : actions) {
         if (name == QLatin1String(text))
@@ -251,7 +252,7 @@ void ControlService::Toast(const QString &action, const QString &duration)
     if (!shortcut) {
         sendErrorReply(errorUnknownAction,
                        QStringLiteral("unknown toast action \"%1\"; try keep, keep-for, time, move, more, open, copy, "
-                                      "share, delete or dismiss")
+                                      "share, delete, trash-copy or dismiss")
                            .arg(action));
         return;
     }

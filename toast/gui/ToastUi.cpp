@@ -45,6 +45,8 @@ ToastUi::ToastUi(const ToastUiServices &services, ToastDesktop desktop)
           .folderIndex = services.folderIndex,
           .moveMRU = services.moveMRU,
           .shareTargets = services.shareTargets,
+          .siteDestinations = services.siteDestinations,
+          .duplicates = services.duplicates,
       })),
       m_shortcuts(*m_keyGrabber, services.mainExecutor)
 {
@@ -143,6 +145,9 @@ void ToastUi::runShortcut(ShortcutAction action)
         break;
     case ShortcutAction::deleteNow:
         controller.performDelete();
+        break;
+    case ShortcutAction::trashCopies:
+        controller.trashCopies();
         break;
     case ShortcutAction::dismiss:
         controller.dismissAll();

@@ -3,6 +3,7 @@
 #include "core/PosixFiles.h"
 
 #include "app/DownloadsFolder.h"
+#include "core/DownloadOrigin.h"
 #include "core/TrackedFileStore.h"
 
 #include <QDateTime>
@@ -106,7 +107,14 @@ PopoverLists makePopoverLists(std::vector<TrackedFile> records, const QByteArray
 
 PopoverLists fetchPopoverLists(TrackedFileStore &store, const QByteArray &downloadsFolder)
 {
-    return makePopoverLists(store.allTrackedFiles(), downloadsFolder);
+    PopoverLists lists = makePopoverLists(store.allTrackedFiles(), downloadsFolder);
+    for (const auto *list : {&lists.temporaryFiles, &lists.ignoredFiles}) {
+        for (const TrackedFile &file : *list) {
+            if (QString site = downloadSite(file.filePath); !site.isEmpty())
+                lists.sites.emplace(file.id, std::move(site));
+        }
+    }
+    return lists;
 }
 
 int keepAll(TrackedFileStore &store, const std::vector<RecordId> &ids)

@@ -4,6 +4,7 @@
 
 #include <QLoggingCategory>
 
+#include <map>
 #include <vector>
 
 Q_DECLARE_LOGGING_CATEGORY(lcPopover)
@@ -17,6 +18,7 @@ struct PopoverLists {
     std::vector<TrackedFile> temporaryFiles; // earliest expiry first, no expiry last
     std::vector<TrackedFile> ignoredFiles;   // store order
     int recordCount = 0;                     // every record, listed or not
+    std::map<RecordId, QString> sites;       // where listed files were downloaded from, when known
 
     bool isEmpty() const { return temporaryFiles.empty() && ignoredFiles.empty(); }
 };
@@ -33,7 +35,8 @@ bool isListedAsIgnored(const TrackedFile &record, const QByteArray &downloadsFol
 // Both lists from `records`, in one pass. Writes the popover's trace line.
 PopoverLists makePopoverLists(std::vector<TrackedFile> records, const QByteArray &downloadsFolder);
 
-// Reads every record and builds the lists; call it inside a store actor call.
+// Reads every record and builds the lists, with the sites of the listed files (read from
+// their attributes); call it inside a store actor call.
 PopoverLists fetchPopoverLists(TrackedFileStore &store, const QByteArray &downloadsFolder);
 
 // "Keep All": every listed temporary record dismissed and untagged, in one pass on the store.
