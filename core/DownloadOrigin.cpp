@@ -31,7 +31,8 @@ QString siteOfUrl(const QByteArray &url)
     const QByteArray trimmed = url.trimmed();
     if (trimmed.isEmpty() || trimmed.contains('\0'))
         return {};
-    const QUrl parsed = QUrl::fromEncoded(trimmed, QUrl::StrictMode);
+    // Tolerant: downloaders write what they were given, spaces and all.
+    const QUrl parsed(QString::fromUtf8(trimmed), QUrl::TolerantMode);
     if (!parsed.isValid())
         return {};
     const QString scheme = parsed.scheme().toLower();

@@ -121,16 +121,17 @@ void ToastController::continueNewFile(RecordId id, const NewFileInfo &info)
         return; // announced twice: the toast already covers it
     m_joinedAs[id] = info.stamp.value_or(RecordStamp{});
     ToastEntry entry{id, info.file->fileName, info.file->filePath, info.file->fileSize, info.site, {}};
-    if (!m_isActionDemoActive)
-        checkForCopy(entry);
+    const bool checkCopy = !m_isActionDemoActive;
     if (m_isHiding) {
         // The collapsing toast has answered for its own files already; this one gets a toast
         // of its own as soon as that one is gone.
-        m_waitingEntries.push_back(std::move(entry));
-        return;
+        m_waitingEntries.push_back(entry);
+    } else {
+        m_toastEntries.push_back(entry);
+        openToastWithNewEntries();
     }
-    m_toastEntries.push_back(std::move(entry));
-    openToastWithNewEntries();
+    if (checkCopy)
+        checkForCopy(entry);
 }
 
 // The answer comes later from a worker; the toast shows at once and gains its line then.

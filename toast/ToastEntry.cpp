@@ -34,14 +34,15 @@ IslandCaption islandCaption(const std::vector<ToastFileItem> &files)
         return {};
     const ToastFileItem &front = files.front();
     const auto copies = std::count_if(files.begin(), files.end(), [](const ToastFileItem &file) { return !file.sameAs.isEmpty(); });
+    // The copy first: when the line is cut short, the site goes before it does.
     QStringList parts;
+    if (!front.sameAs.isEmpty())
+        parts << QCoreApplication::translate("dowsel::DynamicIslandToastView", "Same as %1").arg(front.sameAs);
+    else if (copies > 0)
+        parts << QCoreApplication::translate("dowsel::DynamicIslandToastView", "%n file(s) already in Downloads", nullptr,
+                                             int(copies));
     if (!front.site.isEmpty())
         parts << front.site;
-    if (!front.sameAs.isEmpty())
-        parts << QCoreApplication::translate("DynamicIslandToastView", "Same as %1").arg(front.sameAs);
-    else if (copies > 0)
-        parts << QCoreApplication::translate("DynamicIslandToastView", "%n file(s) already in Downloads", nullptr,
-                                             int(copies));
     return {parts.join(QStringLiteral(" · ")), copies > 0};
 }
 

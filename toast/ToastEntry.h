@@ -35,8 +35,8 @@ struct ToastFileItem {
 
 enum class DynamicIslandToastState { hidden, visible };
 
-// The line under the name on the island: the first file's site, then that it is the same as
-// a file already in Downloads, or how many of the toast's files are; `offersTrashCopies`
+// The line under the name on the island: that the first file is the same as a file already
+// in Downloads (or how many of the toast's files are), then the first file's site; `offersTrashCopies`
 // when there is any such copy. Empty text when there is nothing to say.
 struct IslandCaption {
     QString text;

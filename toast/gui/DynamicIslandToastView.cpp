@@ -308,7 +308,7 @@ void DynamicIslandToastView::paintIsland(QPainter &painter)
         painter.setFont(captionFont());
         painter.setPen(QColor(255, 255, 255, 166));
         painter.drawText(m_captionRect, Qt::AlignLeft | Qt::AlignVCenter,
-                         QFontMetricsF(captionFont()).elidedText(m_caption.text, Qt::ElideMiddle, m_captionRect.width()));
+                         QFontMetricsF(captionFont()).elidedText(m_caption.text, Qt::ElideRight, m_captionRect.width()));
     }
     paintBadges(painter);
 }

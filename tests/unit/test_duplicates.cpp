@@ -1,0 +1,146 @@
+#include "StoreTestSupport.h"
+
+#include "core/DuplicateFinder.h"
+#include "platform/fake/Executors.h"
+
+#include <QTemporaryDir>
+
+#include <sys/stat.h>
+#include <sys/time.h>
+
+using namespace dowsel;
+using namespace dowsel::testing;
+
+namespace {
+
+class Duplicates : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(dir.isValid());
+        folder = QFile::encodeName(dir.path());
+    }
+
+    QByteArray file(const QByteArray &name, const QByteArray &content, int ageSeconds = 0)
+    {
+        const QByteArray path = joinPath(folder, name);
+        EXPECT_NE(writeFile(path, content), 0u) << name.constData();
+        if (ageSeconds > 0) {
+            struct timeval times[2];
+            ::gettimeofday(&times[0], nullptr);
+            times[0].tv_sec -= ageSeconds;
+            times[1] = times[0];
+            EXPECT_EQ(::utimes(path.constData(), times), 0);
+        }
+        return path;
+    }
+
+    static QByteArray content(std::size_t size, char seed)
+    {
+        QByteArray bytes(qsizetype(size), Qt::Uninitialized);
+        for (qsizetype i = 0; i < bytes.size(); ++i)
+            bytes[i] = char(seed + i * 7 + i / 251);
+        return bytes;
+    }
+
+    QTemporaryDir dir;
+    QByteArray folder;
+};
+
+TEST_F(Duplicates, AnIdenticalFileIsFoundAndASameSizedOtherOneIsNot)
+{
+    const QByteArray report = content(300000, 'a');
+    file("report.pdf", report, 60);
+    QByteArray nearly = report;
+    nearly[150000] = char(nearly[150000] ^ 1);
+    file("report-draft.pdf", nearly, 30);
+    file("notes.txt", "unrelated, other size");
+    const QByteArray copy = file("report (1).pdf", report);
+
+    DuplicateFinder finder(folder);
+    const auto found = finder.findOriginal(copy);
+    EXPECT_EQ(found.original, QByteArray("report.pdf"));
+    EXPECT_EQ(found.candidates, 2) << "the two files of the same size";
+    EXPECT_EQ(found.filesRead, 3);
+    EXPECT_EQ(found.bytesRead, 3 * report.size());
+
+    const QByteArray other = file("other.pdf", content(300000, 'z'));
+    const auto none = finder.findOriginal(other);
+    EXPECT_FALSE(none.original) << "same size, other content";
+    EXPECT_EQ(none.bytesRead, report.size()) << "the three others' digests were known: only the new file is read";
+
+    // The near-duplicate is a different file even though one bit is all that differs.
+    DuplicateFinder fresh(folder);
+    EXPECT_FALSE(fresh.findOriginal(joinPath(folder, "report-draft.pdf")).original);
+}
+
+TEST_F(Duplicates, NothingIsReadWithoutAnotherFileOfTheSameSize)
+{
+    file("a.iso", content(4096, 'a'));
+    file("b.iso", content(4095, 'a'));
+    ASSERT_EQ(::mkdir(joinPath(folder, "folder").constData(), 0755), 0);
+    const QByteArray fresh = file("c.iso", content(4097, 'a'));
+    DuplicateFinder finder(folder);
+    const auto outcome = finder.findOriginal(fresh);
+    EXPECT_FALSE(outcome.original);
+    EXPECT_EQ(outcome.candidates, 0);
+    EXPECT_EQ(outcome.bytesRead, 0);
+    EXPECT_EQ(outcome.filesRead, 0);
+}
+
+TEST_F(Duplicates, EmptyFilesLinksAndSkippedNamesAreNoCopies)
+{
+    file("empty.txt", "");
+    const QByteArray empty = file("empty (1).txt", "");
+    DuplicateFinder finder(folder, [](const QByteArray &name) { return name.startsWith('.') || name.endsWith(".part"); });
+    EXPECT_FALSE(finder.findOriginal(empty).original);
+    EXPECT_EQ(finder.findOriginal(empty).bytesRead, 0);
+
+    const QByteArray data = content(5000, 'q');
+    const QByteArray fresh = file("data.bin", data);
+    ASSERT_EQ(::link(fresh.constData(), joinPath(folder, "hardlink.bin").constData()), 0);
+    file(".hidden.bin", data);
+    file("data.bin.part", data);
+    const auto outcome = finder.findOriginal(fresh);
+    EXPECT_FALSE(outcome.original) << "another name of the same file, a hidden and a partial one";
+    EXPECT_EQ(outcome.candidates, 0);
+
+    EXPECT_FALSE(finder.findOriginal(joinPath(folder, "missing.bin")).original);
+}
+
+TEST_F(Duplicates, TheOldestOfSeveralCopiesIsTheOriginalAndAChangedFileIsReadAgain)
+{
+    const QByteArray setup = content(70000, 's');
+    file("setup (1).exe", setup, 100);
+    file("setup.exe", setup, 200);
+    const QByteArray third = file("setup (2).exe", setup);
+    DuplicateFinder finder(folder);
+    EXPECT_EQ(finder.findOriginal(third).original, QByteArray("setup.exe"));
+
+    // The original is rewritten with other bytes of the same size: its cached digest no longer
+    // counts, since its modification time changed.
+    file("setup.exe", content(70000, 't'), 50);
+    const auto outcome = finder.findOriginal(third);
+    EXPECT_EQ(outcome.original, QByteArray("setup (1).exe"));
+    EXPECT_EQ(outcome.bytesRead, setup.size()) << "only the rewritten file is read again";
+}
+
+TEST_F(Duplicates, TheCheckRunsOnTheWorkerAndAnswersOnTheMainExecutor)
+{
+    const QByteArray bytes = content(1000, 'w');
+    file("w.txt", bytes, 10);
+    const QByteArray copy = file("w (1).txt", bytes);
+    ManualExecutor worker;
+    ManualExecutor main;
+    DuplicateCheck check(std::make_shared<DuplicateFinder>(folder), worker, main);
+    std::optional<std::optional<QByteArray>> answer;
+    check.check(copy, [&](std::optional<QByteArray> original) { answer = std::move(original); });
+    EXPECT_EQ(main.runAll(), 0) << "nothing is worked out on the caller's side";
+    EXPECT_EQ(worker.runAll(), 1);
+    EXPECT_FALSE(answer) << "the answer waits for the main executor";
+    EXPECT_EQ(main.runAll(), 1);
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(*answer, QByteArray("w.txt"));
+}
+
+} // namespace
