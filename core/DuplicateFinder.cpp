@@ -85,6 +85,37 @@ void DuplicateFinder::remember(const Key &key, const Digest &digest)
     }
 }
 
+namespace {
+
+constexpr std::int64_t sampleSize = 64 << 10;
+
+// The first and the last `sampleSize` bytes of an open file; empty when it cannot be read.
+QByteArray sampleOf(const QByteArray &path, std::int64_t size, std::int64_t &bytesRead)
+{
+    const FileDescriptor file(::open(path.constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    if (!file.isValid())
+        return {};
+    QByteArray sample(qsizetype(std::min(size, 2 * sampleSize)), Qt::Uninitialized);
+    const std::int64_t head = std::min(size, sampleSize);
+    const std::pair<std::int64_t, std::int64_t> parts[] = {{0, head}, {size - (sample.size() - head), sample.size() - head}};
+    qsizetype at = 0;
+    for (const auto &[offset, length] : parts) {
+        for (std::int64_t done = 0; done < length;) {
+            const ssize_t count = ::pread(file.get(), sample.data() + at, std::size_t(length - done), off_t(offset + done));
+            if (count < 0 && errno == EINTR)
+                continue;
+            if (count <= 0)
+                return {};
+            done += count;
+            at += count;
+            bytesRead += count;
+        }
+    }
+    return sample;
+}
+
+} // namespace
+
 DuplicateFinder::Outcome DuplicateFinder::findOriginal(const QByteArray &path)
 {
     Outcome outcome;
@@ -118,13 +149,27 @@ DuplicateFinder::Outcome DuplicateFinder::findOriginal(const QByteArray &path)
     if (candidates.empty())
         return outcome;
 
-    const auto digest = digestOf(path, {status->identity(), status->size, status->modifiedNs}, outcome);
+    // A candidate whose digest is not known yet is first compared by its ends: two different
+    // files of the same size rarely share them, and then neither is read whole.
+    const auto keyOf = [](const FileStatus &file) { return Key{file.identity(), file.size, file.modifiedNs}; };
+    QByteArray newSample;
+    std::erase_if(candidates, [&](const Candidate &candidate) {
+        if (m_cache.contains(keyOf(candidate.status)) || status->size <= 2 * sampleSize)
+            return false;
+        if (newSample.isEmpty())
+            newSample = sampleOf(path, status->size, outcome.bytesRead);
+        const QByteArray sample = sampleOf(candidate.path, candidate.status.size, outcome.bytesRead);
+        return newSample.isEmpty() || sample != newSample;
+    });
+    if (candidates.empty())
+        return outcome;
+
+    const auto digest = digestOf(path, keyOf(*status), outcome);
     if (!digest)
         return outcome;
     std::optional<Candidate> best;
     for (Candidate &candidate : candidates) {
-        const auto other = digestOf(
-            candidate.path, {candidate.status.identity(), candidate.status.size, candidate.status.modifiedNs}, outcome);
+        const auto other = digestOf(candidate.path, keyOf(candidate.status), outcome);
         if (!other || *other != *digest)
             continue;
         const bool better = !best || candidate.status.modifiedNs < best->status.modifiedNs

@@ -17,10 +17,11 @@
 namespace dowsel {
 
 // Finds a file in a folder with the same content as a newly arrived one. Sizes are compared
-// first: with no other file of the same size nothing is read at all. Otherwise the new file
-// is read once and hashed (SHA-256), and so is every candidate whose hash is not known yet;
-// hashes are kept by identity, size and modification time, so a file is read again only
-// after it changed. Empty files and folders are never duplicates. Not thread-safe: use it
+// first: with no other file of the same size nothing is read at all. A candidate whose hash
+// is not known yet is compared by its first and last 64 KiB; one that differs there is
+// dropped unread. For the rest the new file is read once and hashed (SHA-256), and so is
+// each candidate whose hash is not known; hashes are kept by identity, size and modification
+// time, so a file is read again only after it changed. Empty files and folders are never duplicates. Not thread-safe: use it
 // from one thread at a time (DuplicateCheck runs it on a worker).
 class DuplicateFinder {
 public:

@@ -43,6 +43,8 @@ protected:
         return bytes;
     }
 
+    static constexpr qsizetype sampleBytes = 2 * (64 << 10); // the first and the last 64 KiB
+
     QTemporaryDir dir;
     QByteArray folder;
 };
@@ -61,8 +63,8 @@ TEST_F(Duplicates, AnIdenticalFileIsFoundAndASameSizedOtherOneIsNot)
     const auto found = finder.findOriginal(copy);
     EXPECT_EQ(found.original, QByteArray("report.pdf"));
     EXPECT_EQ(found.candidates, 2) << "the two files of the same size";
-    EXPECT_EQ(found.filesRead, 3);
-    EXPECT_EQ(found.bytesRead, 3 * report.size());
+    EXPECT_EQ(found.filesRead, 3) << "the new file and both candidates, whose ends are alike";
+    EXPECT_EQ(found.bytesRead, 3 * report.size() + 3 * sampleBytes) << "the ends of all three, then all of them";
 
     const QByteArray other = file("other.pdf", content(300000, 'z'));
     const auto none = finder.findOriginal(other);
@@ -72,6 +74,20 @@ TEST_F(Duplicates, AnIdenticalFileIsFoundAndASameSizedOtherOneIsNot)
     // The near-duplicate is a different file even though one bit is all that differs.
     DuplicateFinder fresh(folder);
     EXPECT_FALSE(fresh.findOriginal(joinPath(folder, "report-draft.pdf")).original);
+}
+
+TEST_F(Duplicates, ASameSizedFileWithOtherEndsIsNotReadWhole)
+{
+    file("video.mkv", content(500000, 'v'), 60);
+    QByteArray other = content(500000, 'v');
+    other[other.size() - 1] = char(other[other.size() - 1] ^ 0x55);
+    const QByteArray fresh = file("video-recut.mkv", other);
+    DuplicateFinder finder(folder);
+    const auto outcome = finder.findOriginal(fresh);
+    EXPECT_FALSE(outcome.original);
+    EXPECT_EQ(outcome.candidates, 1);
+    EXPECT_EQ(outcome.filesRead, 0);
+    EXPECT_EQ(outcome.bytesRead, 2 * sampleBytes) << "the ends of each";
 }
 
 TEST_F(Duplicates, NothingIsReadWithoutAnotherFileOfTheSameSize)
