@@ -121,6 +121,8 @@ void ToastController::continueNewFile(RecordId id, const NewFileInfo &info)
         return; // announced twice: the toast already covers it
     m_joinedAs[id] = info.stamp.value_or(RecordStamp{});
     ToastEntry entry{id, info.file->fileName, info.file->filePath, info.file->fileSize, info.site, {}};
+    if (!info.site.isEmpty())
+        qCDebug(lcToast).noquote() << "handleNewFile: " + displayText(info.file->fileName) + " came from " + info.site;
     const bool checkCopy = !m_isActionDemoActive;
     if (m_isHiding) {
         // The collapsing toast has answered for its own files already; this one gets a toast
@@ -137,7 +139,9 @@ void ToastController::continueNewFile(RecordId id, const NewFileInfo &info)
 // The answer comes later from a worker; the toast shows at once and gains its line then.
 void ToastController::checkForCopy(const ToastEntry &entry)
 {
-    if (!m_services.duplicates || entry.fileSize <= 0 || entry.filePath.isEmpty())
+    // The finder reads the size afresh: the record's may date from before the writer was done,
+    // and a folder or an empty file is never a copy.
+    if (!m_services.duplicates || entry.filePath.isEmpty())
         return;
     m_services.duplicates->check(entry.filePath,
                                  whileAlive([this, id = entry.id](const std::optional<QByteArray> &original) {
@@ -149,17 +153,21 @@ void ToastController::checkForCopy(const ToastEntry &entry)
 void ToastController::noteCopy(RecordId id, const QByteArray &original)
 {
     const auto sameId = [id](const ToastEntry &entry) { return entry.id == id; };
+    const auto trace = [&original](const ToastEntry &entry) {
+        qCDebug(lcToast).noquote() << "ToastController: " + displayText(entry.fileName) + " is the same as "
+                                              + displayText(original);
+    };
     if (const auto waiting = std::find_if(m_waitingEntries.begin(), m_waitingEntries.end(), sameId);
         waiting != m_waitingEntries.end()) {
-        waiting->sameAs = original;
+        waiting->sameAs = original; // shown with its own toast
+        trace(*waiting);
         return;
     }
     const auto shown = std::find_if(m_toastEntries.begin(), m_toastEntries.end(), sameId);
     if (shown == m_toastEntries.end() || m_isHiding)
         return; // answered for already
     shown->sameAs = original;
-    qCDebug(lcToast).noquote() << "ToastController: " + displayText(shown->fileName) + " is the same as "
-                                          + displayText(original);
+    trace(*shown);
     refreshToast();
 }
 
