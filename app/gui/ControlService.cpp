@@ -41,6 +41,7 @@ const QString errorNotDone = QStringLiteral("app.dowsel.Error.NotDone");
 const QString errorNoToast = QStringLiteral("app.dowsel.Error.NoToast");
 const QString errorToastBusy = QStringLiteral("app.dowsel.Error.ToastBusy");
 const QString errorUnknownAction = QStringLiteral("app.dowsel.Error.UnknownAction");
+const QString errorNoCopy = QStringLiteral("app.dowsel.Error.NoCopy");
 
 std::optional<ShortcutAction> toastAction(const QString &name)
 {
@@ -282,6 +283,9 @@ void ControlService::Toast(const QString &action, const QString &duration)
         return;
     case CommandRefusal::onboarding:
         sendErrorReply(errorToastBusy, QStringLiteral("the onboarding is showing; finish it first"));
+        return;
+    case CommandRefusal::noCopy:
+        sendErrorReply(errorNoCopy, QStringLiteral("the toast shows no copy of a file already in Downloads"));
         return;
     }
 }

@@ -3,7 +3,7 @@
 # the site is read from the file's extended attributes when it is offered, a second download
 # with the same bytes is recognised while its toast is up, and `dowsel toast trash-copy` puts
 # that copy, and only it, in the real Trash; a file of the same size with other bytes is not
-# a copy and stays.
+# a copy, stays, and the command says there is no copy.
 source "$(dirname "$0")/lib.sh"
 D="$HOME/Downloads"
 S="$E2E_ROOT/staging" # the browser's side: files are renamed into Downloads finished
@@ -50,9 +50,11 @@ mv "$S/report (2).pdf" "$D/"
 wait_for 10 toast_showing || fail "no toast for report (2).pdf"
 sleep 2 # time for a check that must find nothing
 ! logged "report (2).pdf is the same as" || fail "a file with other bytes was taken for a copy"
-"$DOWSEL" toast trash-copy || fail "toast trash-copy failed without a copy"
+status=0; "$DOWSEL" toast trash-copy 2>"$E2E_ROOT/err" || status=$?
+[ $status -eq 1 ] || fail "trash-copy without a copy: exit status $status"
+grep -q "no copy" "$E2E_ROOT/err" || fail "trash-copy without a copy said: $(cat "$E2E_ROOT/err")"
 sleep 0.5
 [ -f "$D/report (2).pdf" ] || fail "trash-copy without a copy removed report (2).pdf"
 toast_showing || fail "trash-copy without a copy ended the toast"
 "$DOWSEL" toast dismiss
-pass "a file of the same size with other bytes is no copy, and trash-copy leaves it alone"
+pass "a file of the same size with other bytes is no copy; trash-copy says so and leaves it alone"

@@ -106,6 +106,9 @@ void ToastUi::updateShortcuts()
 
 std::optional<CommandRefusal> ToastUi::runCommand(ShortcutAction action, std::optional<Seconds> duration)
 {
+    // Nothing to trash is said, not done silently. Checked now, as the toast stands.
+    if (action == ShortcutAction::trashCopies && !commandRefusal(m_shortcuts.context()) && !m_controller->hasCopies())
+        return CommandRefusal::noCopy;
     if (!duration || action != ShortcutAction::markTemporary)
         return m_shortcuts.runCommand(action);
     if (const auto refusal = commandRefusal(m_shortcuts.context()))
