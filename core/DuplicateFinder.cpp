@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <unistd.h>
 
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace dowsel {
@@ -118,33 +120,61 @@ QByteArray sampleOf(const QByteArray &path, std::int64_t size, std::int64_t &byt
 
 DuplicateFinder::Outcome DuplicateFinder::findOriginal(const QByteArray &path)
 {
+    return findOriginals({path}).front();
+}
+
+std::vector<DuplicateFinder::Outcome> DuplicateFinder::findOriginals(const std::vector<QByteArray> &paths)
+{
+    std::vector<Outcome> outcomes(paths.size());
+    // One listing for the whole batch: the files of the folder by size.
+    std::unordered_map<std::int64_t, std::vector<Entry>> bySize;
+    if (const auto names = listDirectory(m_folder)) {
+        for (const QByteArray &name : *names) {
+            if (m_skipName && m_skipName(name))
+                continue;
+            QByteArray entryPath = joinPath(m_folder, name);
+            const auto status = statPath(entryPath);
+            if (status && status->isRegularFile && status->size > 0)
+                bySize[status->size].push_back({name, std::move(entryPath), *status});
+        }
+    }
+    for (std::size_t i = 0; i < paths.size(); ++i)
+        outcomes[i] = check(paths[i], bySize);
+    return outcomes;
+}
+
+DuplicateFinder::Outcome DuplicateFinder::check(const QByteArray &path,
+                                                const std::unordered_map<std::int64_t, std::vector<Entry>> &bySize)
+{
     Outcome outcome;
     const auto status = statPath(path);
     if (!status || !status->isRegularFile || status->size <= 0)
         return outcome;
-    const auto names = listDirectory(m_folder);
-    if (!names)
+    const auto sameSize = bySize.find(status->size);
+    if (sameSize == bySize.end())
         return outcome;
 
-    struct Candidate {
-        QByteArray name;
-        QByteArray path;
-        FileStatus status;
+    // Only files that were there before this one arrived: its status changed last when it was
+    // renamed or written into the folder, and so did theirs, earlier. (An original must not be
+    // called the copy of its copy when both are checked after both arrived.) The clock behind
+    // these times ticks every few milliseconds: files of one tick are ordered by their names,
+    // the shorter first ("report.pdf" before "report (1).pdf").
+    const QByteArray name = path.mid(path.lastIndexOf('/') + 1);
+    const auto arrivedBefore = [&](const Entry &other) {
+        return std::tuple(other.status.changedNs, other.name.size(), other.name)
+               < std::tuple(status->changedNs, name.size(), name);
     };
-    std::vector<Candidate> candidates;
-    for (const QByteArray &name : *names) {
-        if (m_skipName && m_skipName(name))
+    std::vector<const Entry *> candidates;
+    for (const Entry &entry : sameSize->second) {
+        if (entry.path == path || entry.status.inode == status->inode) // itself, or another name of it
             continue;
-        QByteArray candidatePath = joinPath(m_folder, name);
-        if (candidatePath == path)
-            continue;
-        const auto candidate = statPath(candidatePath);
-        if (!candidate || !candidate->isRegularFile || candidate->size != status->size)
-            continue;
-        if (candidate->inode == status->inode)
-            continue; // another name of the same file, not a second copy
-        candidates.push_back({name, std::move(candidatePath), *candidate});
+        if (arrivedBefore(entry))
+            candidates.push_back(&entry);
     }
+    // Many files of one size (a burst of tiny ones) must not make each check read them all.
+    constexpr std::size_t candidateCap = 256;
+    if (candidates.size() > candidateCap)
+        candidates.resize(candidateCap);
     outcome.candidates = int(candidates.size());
     if (candidates.empty())
         return outcome;
@@ -153,12 +183,12 @@ DuplicateFinder::Outcome DuplicateFinder::findOriginal(const QByteArray &path)
     // files of the same size rarely share them, and then neither is read whole.
     const auto keyOf = [](const FileStatus &file) { return Key{file.identity(), file.size, file.modifiedNs}; };
     QByteArray newSample;
-    std::erase_if(candidates, [&](const Candidate &candidate) {
-        if (m_cache.contains(keyOf(candidate.status)) || status->size <= 2 * sampleSize)
+    std::erase_if(candidates, [&](const Entry *candidate) {
+        if (m_cache.contains(keyOf(candidate->status)) || status->size <= 2 * sampleSize)
             return false;
         if (newSample.isEmpty())
             newSample = sampleOf(path, status->size, outcome.bytesRead);
-        const QByteArray sample = sampleOf(candidate.path, candidate.status.size, outcome.bytesRead);
+        const QByteArray sample = sampleOf(candidate->path, candidate->status.size, outcome.bytesRead);
         return newSample.isEmpty() || sample != newSample;
     });
     if (candidates.empty())
@@ -167,16 +197,16 @@ DuplicateFinder::Outcome DuplicateFinder::findOriginal(const QByteArray &path)
     const auto digest = digestOf(path, keyOf(*status), outcome);
     if (!digest)
         return outcome;
-    std::optional<Candidate> best;
-    for (Candidate &candidate : candidates) {
-        const auto other = digestOf(candidate.path, keyOf(candidate.status), outcome);
+    const Entry *best = nullptr;
+    for (const Entry *candidate : candidates) {
+        const auto other = digestOf(candidate->path, keyOf(candidate->status), outcome);
         if (!other || *other != *digest)
             continue;
-        const bool better = !best || candidate.status.modifiedNs < best->status.modifiedNs
-                            || (candidate.status.modifiedNs == best->status.modifiedNs
-                                && candidate.name.size() < best->name.size());
+        const bool better = !best || candidate->status.modifiedNs < best->status.modifiedNs
+                            || (candidate->status.modifiedNs == best->status.modifiedNs
+                                && candidate->name.size() < best->name.size());
         if (better)
-            best = std::move(candidate);
+            best = candidate;
     }
     if (best)
         outcome.original = best->name;
@@ -194,9 +224,28 @@ DuplicateCheck::DuplicateCheck(std::shared_ptr<DuplicateFinder> finder, Executor
 
 void DuplicateCheck::check(const QByteArray &path, std::function<void(std::optional<QByteArray>)> done)
 {
-    m_worker.post([finder = m_finder, path, &main = m_main, done = std::move(done)]() mutable {
-        auto original = finder->findOriginal(path).original;
-        main.post([done = std::move(done), original = std::move(original)] { done(original); });
+    {
+        const std::lock_guard lock(m_pending->mutex);
+        m_pending->requests.push_back({path, std::move(done)});
+        if (std::exchange(m_pending->isQueued, true))
+            return; // the queued pass takes this one too
+    }
+    // Files that arrive together are checked in one pass over one listing of the folder.
+    m_worker.post([finder = m_finder, pending = m_pending, &main = m_main] {
+        std::vector<Request> requests;
+        {
+            const std::lock_guard lock(pending->mutex);
+            requests.swap(pending->requests);
+            pending->isQueued = false;
+        }
+        std::vector<QByteArray> paths;
+        paths.reserve(requests.size());
+        for (const Request &request : requests)
+            paths.push_back(request.path);
+        const auto outcomes = finder->findOriginals(paths);
+        for (std::size_t i = 0; i < requests.size(); ++i) {
+            main.post([done = std::move(requests[i].done), original = outcomes[i].original] { done(original); });
+        }
     });
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/FileIdentity.h"
+#include "core/PosixFiles.h"
 #include "platform/Executor.h"
 
 #include <QByteArray>
@@ -11,8 +12,11 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <tuple>
+#include <unordered_map>
+#include <vector>
 
 namespace dowsel {
 
@@ -37,7 +41,10 @@ public:
     };
     // `path` is the new file. The original chosen among several identical files is the one
     // modified first (then the shortest name): "report.pdf" rather than "report (1).pdf".
+    // Only files that arrived in the folder before `path` count (by their status change time).
     Outcome findOriginal(const QByteArray &path);
+    // The same for several new files, over one listing of the folder.
+    std::vector<Outcome> findOriginals(const std::vector<QByteArray> &paths);
 
     using Digest = std::array<unsigned char, 32>;
     // The file's SHA-256, read in large sequential blocks; none when it cannot be read or
@@ -45,6 +52,13 @@ public:
     static std::optional<Digest> hashFile(const QByteArray &path, std::int64_t &bytesRead);
 
 private:
+    struct Entry {
+        QByteArray name;
+        QByteArray path;
+        FileStatus status;
+    };
+    Outcome check(const QByteArray &path, const std::unordered_map<std::int64_t, std::vector<Entry>> &bySize);
+
     struct Key {
         FileIdentity identity;
         std::int64_t size = 0;
@@ -71,9 +85,20 @@ public:
     DuplicateCheck(std::shared_ptr<DuplicateFinder> finder, Executor &worker, Executor &mainExecutor);
 
     // `done` gets the name of the file that `path` duplicates, or nothing; on the main executor.
+    // Any thread. Requests made while a pass waits for the worker join that pass.
     void check(const QByteArray &path, std::function<void(std::optional<QByteArray> original)> done);
 
 private:
+    struct Request {
+        QByteArray path;
+        std::function<void(std::optional<QByteArray>)> done;
+    };
+    struct Pending {
+        std::mutex mutex;
+        std::vector<Request> requests;
+        bool isQueued = false;
+    };
+    std::shared_ptr<Pending> m_pending = std::make_shared<Pending>();
     std::shared_ptr<DuplicateFinder> m_finder;
     Executor &m_worker;
     Executor &m_main;

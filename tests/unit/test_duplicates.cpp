@@ -18,11 +18,14 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(dir.isValid());
-        folder = QFile::encodeName(dir.path());
+        folder = QFile::encodeName(dir.path()) + "/Downloads";
+        ASSERT_EQ(::mkdir(folder.constData(), 0755), 0);
     }
 
+    // Writes a file that arrives after every file written before (see nextTick).
     QByteArray file(const QByteArray &name, const QByteArray &content, int ageSeconds = 0)
     {
+        nextTick();
         const QByteArray path = joinPath(folder, name);
         EXPECT_NE(writeFile(path, content), 0u) << name.constData();
         if (ageSeconds > 0) {
@@ -32,7 +35,22 @@ protected:
             times[1] = times[0];
             EXPECT_EQ(::utimes(path.constData(), times), 0);
         }
+        lastChange = statPath(path).value_or(FileStatus{}).changedNs;
         return path;
+    }
+
+    // The kernel stamps status changes with a clock that moves every few milliseconds; files
+    // written within one tick would share their time. Waits until the clock has moved on.
+    void nextTick()
+    {
+        const QByteArray probe = QFile::encodeName(dir.path()) + "/.tick";
+        for (;;) {
+            writeFile(probe, "tick");
+            if (statPath(probe).value_or(FileStatus{}).changedNs > lastChange)
+                break;
+            ::usleep(500);
+        }
+        ::unlink(probe.constData());
     }
 
     static QByteArray content(std::size_t size, char seed)
@@ -47,6 +65,7 @@ protected:
 
     QTemporaryDir dir;
     QByteArray folder;
+    std::int64_t lastChange = 0;
 };
 
 TEST_F(Duplicates, AnIdenticalFileIsFoundAndASameSizedOtherOneIsNot)
@@ -136,9 +155,27 @@ TEST_F(Duplicates, TheOldestOfSeveralCopiesIsTheOriginalAndAChangedFileIsReadAga
     // The original is rewritten with other bytes of the same size: its cached digest no longer
     // counts, since its modification time changed.
     file("setup.exe", content(70000, 't'), 50);
-    const auto outcome = finder.findOriginal(third);
+    const auto outcome = finder.findOriginal(file("setup (3).exe", setup));
     EXPECT_EQ(outcome.original, QByteArray("setup (1).exe"));
-    EXPECT_EQ(outcome.bytesRead, setup.size()) << "only the rewritten file is read again";
+    EXPECT_EQ(outcome.candidates, 3);
+    EXPECT_EQ(outcome.bytesRead, 2 * setup.size()) << "the new file and the rewritten one; the others are known";
+}
+
+TEST_F(Duplicates, OnlyFilesThatArrivedBeforeCountAndABatchSharesOneListing)
+{
+    const QByteArray bytes = content(9000, 'b');
+    const QByteArray first = file("song.mp3", bytes);
+    const QByteArray second = file("song (1).mp3", bytes);
+    const QByteArray third = file("song (2).mp3", content(9000, 'c'));
+    DuplicateFinder finder(folder);
+    // Checked after all three arrived, as a burst is: the first is no copy of the second.
+    const auto outcomes = finder.findOriginals({first, second, third});
+    ASSERT_EQ(outcomes.size(), 3u);
+    EXPECT_FALSE(outcomes[0].original);
+    EXPECT_EQ(outcomes[0].candidates, 0);
+    EXPECT_EQ(outcomes[1].original, QByteArray("song.mp3"));
+    EXPECT_FALSE(outcomes[2].original);
+    EXPECT_EQ(outcomes[2].candidates, 2);
 }
 
 TEST_F(Duplicates, TheCheckRunsOnTheWorkerAndAnswersOnTheMainExecutor)
@@ -149,14 +186,21 @@ TEST_F(Duplicates, TheCheckRunsOnTheWorkerAndAnswersOnTheMainExecutor)
     ManualExecutor worker;
     ManualExecutor main;
     DuplicateCheck check(std::make_shared<DuplicateFinder>(folder), worker, main);
-    std::optional<std::optional<QByteArray>> answer;
+    const QByteArray other = file("v.txt", content(1000, 'v'));
+    std::optional<std::optional<QByteArray>> answer, otherAnswer;
     check.check(copy, [&](std::optional<QByteArray> original) { answer = std::move(original); });
+    check.check(other, [&](std::optional<QByteArray> original) { otherAnswer = std::move(original); });
     EXPECT_EQ(main.runAll(), 0) << "nothing is worked out on the caller's side";
-    EXPECT_EQ(worker.runAll(), 1);
-    EXPECT_FALSE(answer) << "the answer waits for the main executor";
-    EXPECT_EQ(main.runAll(), 1);
+    EXPECT_EQ(worker.runAll(), 1) << "both files in one pass";
+    EXPECT_FALSE(answer) << "the answers wait for the main executor";
+    EXPECT_EQ(main.runAll(), 2);
     ASSERT_TRUE(answer);
     EXPECT_EQ(*answer, QByteArray("w.txt"));
+    ASSERT_TRUE(otherAnswer);
+    EXPECT_FALSE(*otherAnswer);
+
+    check.check(copy, [&](std::optional<QByteArray> original) { answer = std::move(original); });
+    EXPECT_EQ(worker.runAll(), 1) << "a later request gets a pass of its own";
 }
 
 } // namespace
