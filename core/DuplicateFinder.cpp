@@ -6,9 +6,9 @@
 #include <openssl/evp.h>
 
 #include <fcntl.h>
-#include <cerrno>
 #include <unistd.h>
 
+#include <cerrno>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -69,10 +69,12 @@ std::optional<DuplicateFinder::Digest> DuplicateFinder::digestOf(const QByteArra
         ++outcome.filesRead;
     if (!digest)
         return std::nullopt;
-    // Kept only when the file is still what was looked at; a changed one is hashed afresh.
-    if (const auto now = statPath(path); now && now->identity() == key.identity && now->size == key.size
-                                         && now->modifiedNs == key.modifiedNs)
-        remember(key, *digest);
+    // Counts only when the file is still what was looked at: one replaced or changed since is
+    // left out of this check, and hashed afresh by the next.
+    const auto now = statPath(path);
+    if (!now || now->identity() != key.identity || now->size != key.size || now->modifiedNs != key.modifiedNs)
+        return std::nullopt;
+    remember(key, *digest);
     return digest;
 }
 

@@ -1,6 +1,7 @@
 #include "toast/ToastController.h"
 
 #include "core/Logging.h"
+#include "core/PosixFiles.h"
 #include "expiry/CleanupService.h"
 #include "move/FolderIndex.h"
 #include "move/FolderMatch.h"
@@ -134,12 +135,26 @@ void ToastController::trashCopies()
     if (m_state == DynamicIslandToastState::hidden || m_isHiding || isAnySurfaceOpen())
         return;
     std::vector<std::pair<RecordId, QString>> copies;
-    for (const ToastEntry &entry : m_toastEntries) {
-        if (!entry.sameAs.isEmpty())
-            copies.emplace_back(entry.id, displayText(entry.fileName));
+    bool keptAny = false;
+    for (ToastEntry &entry : m_toastEntries) {
+        if (entry.sameAs.isEmpty())
+            continue;
+        // A copy whose original has gone since is the last of its content: it stays on the toast.
+        const QByteArray original = joinPath(entry.filePath.left(entry.filePath.lastIndexOf('/')), entry.sameAs);
+        if (const auto status = statPath(original); !status || !status->isRegularFile) {
+            m_services.host.showNotice(tr("%1 was not moved to the Trash").arg(displayText(entry.fileName)),
+                                       tr("%1, which it copies, is no longer in Downloads.").arg(displayText(entry.sameAs)));
+            entry.sameAs.clear();
+            keptAny = true;
+            continue;
+        }
+        copies.emplace_back(entry.id, displayText(entry.fileName));
     }
-    if (copies.empty())
+    if (copies.empty()) {
+        if (keptAny)
+            refreshToast();
         return;
+    }
     qCDebug(lcToast).noquote() << "ToastController.trashCopies: trashing " + QString::number(copies.size())
                                           + " copy(ies)";
     m_services.store.call(

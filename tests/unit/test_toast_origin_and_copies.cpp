@@ -164,4 +164,28 @@ TEST_F(ToastCopies, TheToastClosesWhenItsOnlyFileWasTheCopyAndALateAnswerIsIgnor
     EXPECT_EQ(trash.paths().size(), 1);
 }
 
+TEST_F(ToastCopies, ACopyWhoseOriginalWentIsTheLastOfItsContentAndStays)
+{
+    arrive("photo.jpg", "jpeg bytes");
+    clock.advance(ToastController::showDelay);
+    controller->dismissAll();
+    clock.advance(1);
+    const RecordId copy = arrive("photo (1).jpg", "jpeg bytes");
+    clock.advance(ToastController::showDelay);
+    duplicateWorker.runAll();
+    ASSERT_TRUE(controller->hasCopies());
+    ASSERT_EQ(::rename(download("photo.jpg").constData(), (home + "/photo.jpg").constData()), 0);
+
+    controller->trashCopies();
+    EXPECT_TRUE(trash.paths().isEmpty());
+    EXPECT_TRUE(exists(download("photo (1).jpg")));
+    EXPECT_EQ(stateOf(copy), FileState::unprocessed);
+    ASSERT_EQ(host.notices.size(), 1u);
+    EXPECT_EQ(host.notices[0], QStringLiteral("photo (1).jpg was not moved to the Trash: photo.jpg, which it copies, "
+                                              "is no longer in Downloads."));
+    EXPECT_TRUE(isVisible()) << "the file stays on the toast for another answer";
+    EXPECT_FALSE(controller->hasCopies());
+    EXPECT_TRUE(islandCaption(controller->viewInput().files).text.isEmpty());
+}
+
 } // namespace

@@ -781,6 +781,10 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
         <source>%1 was not moved to the Trash</source>
         <translation>%1 no se ha movido a la Papelera</translation>
     </message>
+    <message>
+        <source>%1, which it copies, is no longer in Downloads.</source>
+        <translation>%1, del que es copia, ya no está en Descargas.</translation>
+    </message>
 </context>
 <context>
     <name>dowsel::TrayIcon</name>
