@@ -39,7 +39,7 @@ IslandCaption islandCaption(const std::vector<ToastFileItem> &files)
     if (!front.sameAs.isEmpty())
         parts << QCoreApplication::translate("dowsel::DynamicIslandToastView", "Same as %1").arg(front.sameAs);
     else if (copies > 0)
-        parts << QCoreApplication::translate("dowsel::DynamicIslandToastView", "%n file(s) already in Downloads", nullptr,
+        parts << QCoreApplication::translate("dowsel::DynamicIslandToastView", "%n of them already in Downloads", nullptr,
                                              int(copies));
     if (!front.site.isEmpty())
         parts << front.site;

@@ -97,6 +97,25 @@ TEST_F(ToastOrigin, TheSiteShowsAndFilesFromItGoWhereItsFilesWentBefore)
 
 using ToastCopies = ToastFixture;
 
+TEST(IslandCaptionText, TheFrontFilesCopyThenItsSiteElseHowManyAreCopies)
+{
+    const auto item = [](const char *site, const char *sameAs) {
+        ToastFileItem file;
+        file.site = QString::fromUtf8(site);
+        file.sameAs = QString::fromUtf8(sameAs);
+        return file;
+    };
+    EXPECT_EQ(islandCaption({}), IslandCaption{});
+    EXPECT_EQ(islandCaption({item("", "")}), IslandCaption{});
+    EXPECT_EQ(islandCaption({item("gnu.org", "")}), (IslandCaption{QStringLiteral("gnu.org"), false}));
+    EXPECT_EQ(islandCaption({item("gnu.org", "tar.gz"), item("", "")}),
+              (IslandCaption{QStringLiteral("Same as tar.gz · gnu.org"), true}));
+    EXPECT_EQ(islandCaption({item("gnu.org", ""), item("", "a.txt"), item("x.org", "b.txt")}),
+              (IslandCaption{QStringLiteral("2 of them already in Downloads · gnu.org"), true}));
+    EXPECT_EQ(islandCaption({item("", ""), item("", "a.txt")}),
+              (IslandCaption{QStringLiteral("1 of them already in Downloads"), true}));
+}
+
 TEST_F(ToastCopies, ACopyIsToldWhenTheAnswerComesAndOneKeyTrashesTheCopyNotTheOriginal)
 {
     const RecordId original = arrive("report.pdf", "the same report, byte for byte");

@@ -456,10 +456,10 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
         <translation>Igual que %1</translation>
     </message>
     <message numerus="yes">
-        <source>%n file(s) already in Downloads</source>
+        <source>%n of them already in Downloads</source>
         <translation>
-            <numerusform>%n archivo ya está en Descargas</numerusform>
-            <numerusform>%n archivos ya están en Descargas</numerusform>
+            <numerusform>%n de ellos ya está en Descargas</numerusform>
+            <numerusform>%n de ellos ya están en Descargas</numerusform>
         </translation>
     </message>
 </context>
