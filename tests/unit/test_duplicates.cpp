@@ -1,6 +1,7 @@
 #include "StoreTestSupport.h"
 
 #include "core/DuplicateFinder.h"
+#include "core/WorkerThread.h"
 #include "platform/fake/Executors.h"
 
 #include <QTemporaryDir>
@@ -201,6 +202,29 @@ TEST_F(Duplicates, TheCheckRunsOnTheWorkerAndAnswersOnTheMainExecutor)
 
     check.check(copy, [&](std::optional<QByteArray> original) { answer = std::move(original); });
     EXPECT_EQ(worker.runAll(), 1) << "a later request gets a pass of its own";
+}
+
+TEST_F(Duplicates, ChecksFromOneThreadWhileTheWorkerRunsAllGetTheirAnswer)
+{
+    const QByteArray bytes = content(20000, 'r');
+    file("base.bin", bytes);
+    std::vector<QByteArray> copies;
+    for (int i = 1; i <= 20; ++i)
+        copies.push_back(file("base (" + QByteArray::number(i) + ").bin", bytes));
+    ManualExecutor main;
+    int answered = 0;
+    {
+        WorkerThread worker("test-duplicates");
+        DuplicateCheck check(std::make_shared<DuplicateFinder>(folder), worker, main);
+        for (const QByteArray &copy : copies)
+            check.check(copy, [&](std::optional<QByteArray> original) {
+                EXPECT_EQ(original, QByteArray("base.bin"));
+                ++answered;
+            });
+        worker.drain();
+    }
+    main.runAll();
+    EXPECT_EQ(answered, 20);
 }
 
 } // namespace
