@@ -1,9 +1,11 @@
 #include "app/PermissionsManager.h"
 
+#include "app/ShortcutCommands.h"
 #include "platform/Preferences.h"
 
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QStringList>
@@ -12,8 +14,17 @@
 
 namespace dowsel {
 
-PermissionsManager::PermissionsManager(const Preferences &prefs, QByteArray downloadsPath, QObject *parent)
-    : QObject(parent), m_prefs(prefs), m_downloadsPath(std::move(downloadsPath))
+namespace {
+
+QString grantSignature(const ShortcutsGrant &grant)
+{
+    return QString::number(int(grant.route)) + QLatin1Char('|') + grant.reason + QLatin1Char('|') + grant.how;
+}
+
+} // namespace
+
+PermissionsManager::PermissionsManager(Preferences &prefs, QByteArray downloadsPath, QObject *parent)
+    : QObject(parent), m_prefs(prefs), m_downloadsPath(std::move(downloadsPath)), m_grantSignature(grantSignature({}))
 {
     if (m_prefs.boolean(QStringLiteral("hasCompletedOnboarding")).value_or(false))
         m_hasDownloadsAccess = checkDownloadsAccess();
@@ -29,21 +40,111 @@ void PermissionsManager::setSession(const Session &session)
     m_session = session;
 }
 
-void PermissionsManager::setDesktopWideCheck(std::function<bool()> check)
+void PermissionsManager::setPortalCheck(std::function<PortalStatus()> check)
 {
-    m_desktopWideCheck = std::move(check);
+    m_portalCheck = std::move(check);
+}
+
+std::optional<PortalStatus> PermissionsManager::portalStatus() const
+{
+    if (!m_portalCheck)
+        return std::nullopt;
+    return m_portalCheck();
+}
+
+bool PermissionsManager::commandsConfirmed() const
+{
+    return m_prefs.boolean(prefkeys::shortcutCommandsBound).value_or(false);
+}
+
+QStringList PermissionsManager::commandsSeen() const
+{
+    return m_prefs.textList(prefkeys::shortcutCommandsSeen).value_or(QStringList());
+}
+
+void PermissionsManager::setCommandsConfirmed(bool confirmed)
+{
+    if (confirmed) {
+        m_prefs.setValue(prefkeys::shortcutCommandsBound, true);
+    } else {
+        m_prefs.remove(prefkeys::shortcutCommandsBound);
+        m_prefs.remove(prefkeys::shortcutCommandsSeen);
+    }
+    refresh();
+}
+
+void PermissionsManager::noteCommandFromKeyBinding(const QString &action)
+{
+    QStringList seen = commandsSeen();
+    if (seen.contains(action))
+        return;
+    seen.append(action);
+    m_prefs.setValue(prefkeys::shortcutCommandsSeen, QJsonArray::fromStringList(seen));
+    refresh();
+}
+
+ShortcutsGrant PermissionsManager::shortcutsGrant() const
+{
+    ShortcutsGrant grant;
+    if (!m_session || m_session->type != SessionType::wayland) {
+        grant.granted = m_accessibilityCheck && m_accessibilityCheck();
+        return grant;
+    }
+    const PortalStatus portal = portalStatus().value_or(PortalStatus{});
+    if (portal.answer == PortalAnswer::bound) {
+        grant.granted = true;
+        grant.route = ShortcutRoute::portal;
+        grant.how = tr("the desktop's shortcuts portal bound them");
+        return grant;
+    }
+    grant.route = ShortcutRoute::commands;
+    grant.offersCommands = portal.answer != PortalAnswer::waiting;
+    const QStringList seen = commandsSeen();
+    if (!seen.isEmpty()) {
+        grant.granted = true;
+        QStringList commands;
+        for (const QString &action : seen)
+            commands << QStringLiteral("“dowsel toast %1”").arg(action);
+        grant.how = tr("%1 came from outside a terminal, as from a key binding").arg(commands.join(QStringLiteral(", ")));
+        return grant;
+    }
+    if (commandsConfirmed()) {
+        grant.granted = true;
+        grant.how = tr("you said you bound the “dowsel toast” commands");
+        return grant;
+    }
+    const QString bindCommands =
+        tr("Bind the “dowsel toast” commands (keep, move, dismiss…) in your desktop's keyboard settings and tick "
+           "“I have bound these commands”; the toast's buttons work meanwhile.");
+    switch (portal.answer) {
+    case PortalAnswer::waiting:
+        grant.route = ShortcutRoute::portal;
+        grant.reason = tr("Waiting for the desktop's shortcuts portal to answer.");
+        break;
+    case PortalAnswer::unassigned:
+        grant.reason = tr("The desktop took Dowsel's shortcuts but gave them no keys yet. Give Dowsel's entries "
+                          "keys in the desktop's shortcut settings if it lists them, or bind the “dowsel toast” "
+                          "commands there and tick “I have bound these commands”; the toast's buttons work "
+                          "meanwhile.");
+        break;
+    case PortalAnswer::declined:
+        grant.reason = tr("The shortcuts were declined in the desktop's dialog.") + QLatin1Char(' ') + bindCommands;
+        break;
+    case PortalAnswer::bound:
+    case PortalAnswer::missing:
+        grant.reason = tr("This desktop has no global shortcuts portal, and on Wayland Dowsel's own key "
+                          "combinations reach it only while an X11 window has the focus.")
+            + QLatin1Char(' ') + bindCommands;
+        break;
+    }
+    return grant;
 }
 
 QString PermissionsManager::shortcutsUnavailableReason() const
 {
-    if (!m_session || m_session->keyGrabsReachAllWindows() || m_session->type != SessionType::wayland)
+    if (!m_session || m_session->type != SessionType::wayland)
         return {};
-    if (m_desktopWideCheck && m_desktopWideCheck())
-        return {};
-    return tr("Global shortcuts are not available on this session: on Wayland, Dowsel's key combinations reach it "
-              "only while an X11 window has the focus. Bind the commands \"dowsel toast keep\", \"dowsel toast "
-              "move\" and \"dowsel toast dismiss\" in your desktop's keyboard settings; the toast's buttons work "
-              "meanwhile.");
+    return shortcutsGrant().reason;
 }
 
 bool PermissionsManager::checkDownloadsAccess() const
@@ -58,10 +159,15 @@ bool PermissionsManager::checkDownloadsAccess() const
 std::pair<bool, bool> PermissionsManager::refresh()
 {
     bool changedAny = false;
-    const bool sessionAllows = shortcutsUnavailableReason().isEmpty();
-    const bool accessibility = sessionAllows && m_accessibilityCheck && m_accessibilityCheck();
-    if (accessibility != m_hasAccessibility) {
-        m_hasAccessibility = accessibility;
+    const ShortcutsGrant grant = shortcutsGrant();
+    if (grant.granted != m_hasAccessibility) {
+        m_hasAccessibility = grant.granted;
+        changedAny = true;
+    }
+    // The route and the words change too while the answer stays "no" (a portal that answers).
+    const QString signature = grantSignature(grant);
+    if (signature != m_grantSignature) {
+        m_grantSignature = signature;
         changedAny = true;
     }
     if (m_prefs.boolean(QStringLiteral("hasCompletedOnboarding")).value_or(false)) {

@@ -46,7 +46,7 @@ QString processName(const QByteArray &pid)
 
 } // namespace
 
-OpenWriters OpenWriters::scan()
+OpenWriters OpenWriters::scan(OpenAccess access)
 {
     OpenWriters writers;
     const QByteArray self = QByteArray::number(::getpid());
@@ -64,9 +64,11 @@ OpenWriters OpenWriters::scan()
             struct stat target {};
             if (::stat((fdFolder + '/' + fd).constData(), &target) != 0 || !S_ISREG(target.st_mode))
                 continue;
-            const auto flags = openFlags("/proc/" + pid + "/fdinfo/" + fd);
-            if (!flags || (*flags & O_ACCMODE) == O_RDONLY)
-                continue;
+            if (access == OpenAccess::writing) {
+                const auto flags = openFlags("/proc/" + pid + "/fdinfo/" + fd);
+                if (!flags || (*flags & O_ACCMODE) == O_RDONLY)
+                    continue;
+            }
             writers.m_writers.emplace(Key{target.st_dev, target.st_ino}, processName(pid));
         }
     }

@@ -11,18 +11,23 @@
 
 namespace dowsel {
 
+enum class OpenAccess { writing, any };
+
 // Which files the user's programs hold open for writing, read from /proc: every process
 // whose descriptors this process may read (the user's own). A download still being written
-// by curl, wget or a browser shows up here until its writer closes it.
+// by curl, wget or a browser shows up here until its writer closes it. Scanned with
+// OpenAccess::any, readers count too (a video being played, a document being read), and
+// writerOf names any program that holds the file.
 class OpenWriters {
 public:
     // Takes one look at every process now.
-    static OpenWriters scan();
+    static OpenWriters scan(OpenAccess access = OpenAccess::writing);
 
     // The name of a program that has the file (device, inode) open for writing; none when no
     // visible process does.
     std::optional<QString> writerOf(dev_t device, ino_t inode) const;
     std::optional<QString> writerOf(const QByteArray &path) const;
+    std::optional<QString> holderOf(const QByteArray &path) const { return writerOf(path); }
 
 private:
     struct Key {

@@ -35,8 +35,26 @@ namespace {
     "    identity_guard INTEGER NOT NULL DEFAULT 0,\n" \
     "    UNIQUE (inode, identity_guard)\n"
 
+// What Dowsel moved to the Trash: where the item was, which Trash entry it became, and the
+// identity that tells it from another item given the same entry name later.
+#define DOWSEL_TRASHED_FILE_TABLE \
+    "CREATE TABLE trashed_file (\n" \
+    "    id INTEGER PRIMARY KEY AUTOINCREMENT,\n" \
+    "    original_path TEXT NOT NULL,\n" \
+    "    trash_dir TEXT NOT NULL,\n" \
+    "    trash_name TEXT NOT NULL,\n" \
+    "    inode INTEGER NOT NULL,\n" \
+    "    identity_guard INTEGER NOT NULL DEFAULT 0,\n" \
+    "    file_size INTEGER NOT NULL DEFAULT 0,\n" \
+    "    trashed_at REAL NOT NULL\n" \
+    ");\n"
+
 constexpr char createSchema[] = "CREATE TABLE tracked_file (\n" DOWSEL_TRACKED_FILE_COLUMNS ");\n"
-                                "PRAGMA user_version = 2;";
+                                DOWSEL_TRASHED_FILE_TABLE "PRAGMA user_version = 3;";
+
+// Version 2 had no record of what went to the Trash.
+constexpr char migrateFromVersion2[] = DOWSEL_TRASHED_FILE_TABLE "PRAGMA user_version = 3;";
+#undef DOWSEL_TRASHED_FILE_TABLE
 
 // Version 1 knew a file by its inode alone, unique in the table. The rows move to a table
 // whose uniqueness is on the pair; each guard is read from the file still at the row's path
@@ -108,12 +126,19 @@ std::optional<QString> checkSchema(sqlite::Database &db)
             return QStringLiteral("cannot upgrade the database: ") + db.lastError();
         qCDebug(lcStore).noquote() << "upgraded the database to schema version 2";
     }
-    if (db.scalar("PRAGMA user_version") == TrackedFileStore::schemaVersion) {
-        if (db.scalar("SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name = 'tracked_file'") == 1)
-            return std::nullopt;
-        return QStringLiteral("the database has no tracked_file table");
+    if (db.scalar("PRAGMA user_version") == 2) {
+        sqlite::Transaction transaction(db);
+        if (!db.exec(migrateFromVersion2) || !transaction.commit())
+            return QStringLiteral("cannot upgrade the database: ") + db.lastError();
+        qCDebug(lcStore).noquote() << "upgraded the database to schema version 3";
     }
-    if (*version != 0 && *version != 1)
+    if (db.scalar("PRAGMA user_version") == TrackedFileStore::schemaVersion) {
+        if (db.scalar("SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name IN ('tracked_file', "
+                      "'trashed_file')") == 2)
+            return std::nullopt;
+        return QStringLiteral("the database lacks the tracked_file or trashed_file table");
+    }
+    if (*version != 0 && *version != 1 && *version != 2)
         return QStringLiteral("unsupported schema version %1").arg(*version);
     // Version 0 is a database nobody set up yet; one that already holds tables belongs to
     // something else and is left alone.
@@ -270,12 +295,14 @@ std::vector<TrackedFileStore::Expiry> TrackedFileStore::temporaryExpiries()
 std::vector<TrackedFileStore::ExpiredRecord> TrackedFileStore::fetchExpired()
 {
     const Date now = m_clock.now();
-    auto query = m_db->query("SELECT file_path, inode, identity_guard, id FROM tracked_file "
+    auto query = m_db->query("SELECT file_path, inode, identity_guard, id, expires_at, file_size FROM tracked_file "
                              "WHERE state = 'temporary' AND expires_at IS NOT NULL AND expires_at <= ? ORDER BY id");
     query.bind(1, now);
     std::vector<ExpiredRecord> expired;
-    while (query.step())
-        expired.push_back({query.bytes(0), {inodeFrom(query.int64(1)), query.int64(2)}, query.int64(3)});
+    while (query.step()) {
+        expired.push_back({query.bytes(0), {inodeFrom(query.int64(1)), query.int64(2)}, query.int64(3),
+                           query.real(4), query.int64(5)});
+    }
     if (!query.ok()) {
         qCDebug(lcStore).noquote() << "fetchExpired FAILED: " + m_db->lastError();
         return {};
@@ -491,13 +518,15 @@ std::optional<QString> TrackedFileStore::deleteNow(RecordId id)
     // The store's worker runs this to its end before the processor can ask about the events
     // that the move causes, so they still find no record.
     removeTemporaryTag(file->filePath);
-    if (auto error = m_trash.moveToTrash(file->filePath)) {
+    TrashEntry entry;
+    if (auto error = m_trash.trashItem(file->filePath, &entry)) {
         qCDebug(lcStore).noquote() << "deleteNow: recycle failed for " + displayText(fileNameOf(file->filePath)) + ": "
                                           + *error;
         if (file->state == FileState::temporary)
             addTemporaryTag(file->filePath);
         return error;
     }
+    recordTrashed(file->filePath, entry, file->identity(), file->fileSize);
     if (deleteRow(id))
         notifyChanged();
     return std::nullopt;

@@ -2,6 +2,7 @@
 
 #include "core/Actor.h"
 #include "core/TrackedFile.h"
+#include "platform/Trash.h"
 
 #include <functional>
 #include <memory>
@@ -37,6 +38,8 @@ public:
         QByteArray path;
         FileIdentity identity;
         RecordId id;
+        Date expiresAt = 0;
+        std::int64_t fileSize = 0;
     };
     struct RecordSummary {
         QByteArray path;
@@ -94,7 +97,37 @@ public:
     // is gone.
     void forgetRecord(RecordId id);
 
-    static constexpr int schemaVersion = 2; // PRAGMA user_version; version 1 is upgraded in place
+    // What Dowsel itself sent to the Trash, kept in a table of its own so it can be put back.
+    struct TrashedFile {
+        std::int64_t id = 0;
+        QByteArray originalPath;
+        TrashEntry entry;
+        FileIdentity identity;
+        std::int64_t fileSize = 0;
+        Date trashedAt = 0;
+    };
+    struct PutBack {
+        QByteArray path;             // where the item is now; empty when it was not put back
+        bool otherName = false;      // its own name was taken, so it got a free one
+        bool folderRecreated = false; // its folder was gone and was made again
+        QString error;               // why it was not put back
+    };
+    // Remembers an item that went to the Trash as `entry`. Call it right after the move.
+    void recordTrashed(const QByteArray &originalPath, const TrashEntry &entry, const FileIdentity &identity,
+                       std::int64_t size);
+    // The items Dowsel trashed that are still in the Trash as it left them, newest first,
+    // trashed no earlier than `since` when given. Looks at the Trash each time: an entry
+    // emptied or restored by another program is forgotten here.
+    std::vector<TrashedFile> trashedFiles(std::optional<Date> since = std::nullopt);
+    // The newest of those whose original path is `pathOrName` (or, for a bare name, whose
+    // original name is).
+    std::optional<TrashedFile> findTrashed(const QByteArray &pathOrName);
+    // Moves the item back to its original path through its Trash entry, or beside it under a
+    // free name ("report (restored).pdf") when another item has the path. The item is kept
+    // for good (dismissed) before it arrives, so it is never offered as a new download.
+    PutBack putBack(std::int64_t trashedId);
+
+    static constexpr int schemaVersion = 3; // PRAGMA user_version; versions 1 and 2 are upgraded in place
 
     // Observers run on the store's worker after every change that committed; the app uses
     // this to refresh views.
@@ -115,6 +148,8 @@ private:
     TrackedFileStore(std::unique_ptr<sqlite::Database> db, const Clock &clock, const Preferences &prefs, Trash &trash);
     std::vector<TrackedFile> fetch(sqlite::Query &query);
     bool deleteRow(RecordId id);
+    std::optional<TrashedFile> trashedRow(std::int64_t id);
+    void forgetTrashed(std::int64_t id);
     void notifyChanged();
 
     std::unique_ptr<sqlite::Database> m_db;
@@ -124,6 +159,10 @@ private:
     std::function<void()> m_changed;
     std::function<void(const QString &)> m_damaged;
 };
+
+// "report (restored).pdf" for attempt 1, "report (restored 2).pdf" for 2...: the free names
+// an item put back from the Trash takes when its own is taken.
+QByteArray restoredName(const QByteArray &name, int attempt);
 
 // Calls into the store from any thread: `call(work)` gives a future, `call(work, replyOn,
 // done)` replies on another executor (the main thread).

@@ -1,6 +1,7 @@
 #include "expiry/CleanupService.h"
 
 #include "core/Logging.h"
+#include "core/OpenFiles.h"
 #include "core/PosixFiles.h"
 #include "platform/Trash.h"
 
@@ -10,8 +11,56 @@ namespace dowsel {
 
 CleanupService::CleanupService(TrackedFileActor &store, Trash &trash, Clock &clock, Scheduler &scheduler,
                                Executor &executor)
-    : m_store(store), m_trash(trash), m_clock(clock), m_scheduler(scheduler), m_executor(executor)
+    : m_store(store), m_trash(trash), m_clock(clock), m_scheduler(scheduler), m_executor(executor),
+      m_openBy([](const QByteArray &path) { return OpenWriters::scan(OpenAccess::any).holderOf(path); })
 {
+}
+
+void CleanupService::setOpenFileCheck(std::function<std::optional<QString>(const QByteArray &)> check)
+{
+    m_openBy = std::move(check);
+}
+
+void CleanupService::setInUseObserver(std::function<void()> observer)
+{
+    std::lock_guard lock(m_inUseMutex);
+    m_inUseChanged = std::move(observer);
+}
+
+std::vector<RecordId> CleanupService::filesInUse() const
+{
+    std::lock_guard lock(m_inUseMutex);
+    return {m_inUse.begin(), m_inUse.end()};
+}
+
+void CleanupService::setInUse(RecordId id, bool inUse)
+{
+    // The observer runs under the lock, so once it is replaced the old one is never called.
+    std::lock_guard lock(m_inUseMutex);
+    const bool changed = inUse ? m_inUse.insert(id).second : m_inUse.erase(id) > 0;
+    if (changed && m_inUseChanged)
+        m_inUseChanged();
+}
+
+bool CleanupService::postponeIfInUse(const TrackedFileStore::ExpiredRecord &entry)
+{
+    const Date now = m_clock.now();
+    const Date limit = entry.expiresAt + inUseLimit;
+    if (!m_openBy || identityAt(entry.path) != entry.identity)
+        return false;
+    const auto holder = m_openBy(entry.path);
+    if (!holder)
+        return false;
+    const QString name = displayText(fileNameOf(entry.path));
+    if (now >= limit) {
+        qCDebug(lcCleanup).noquote() << name + " is still open in " + *holder
+                + " a day after its expiry: trashing it anyway";
+        return false;
+    }
+    qCDebug(lcCleanup).noquote() << "Expiry of " + name + " postponed: open in " + *holder;
+    setInUse(entry.id, true);
+    scheduleOnExecutor(entry.id, std::min(now + inUseRetryInterval, limit));
+    return true;
 }
 
 CleanupService::~CleanupService()
@@ -32,7 +81,10 @@ std::function<void()> CleanupService::guarded(std::function<void()> task)
 
 void CleanupService::schedule(RecordId id, Date at)
 {
-    m_executor.post(guarded([this, id, at] { scheduleOnExecutor(id, at); }));
+    m_executor.post(guarded([this, id, at] {
+        setInUse(id, false); // a new expiry starts afresh
+        scheduleOnExecutor(id, at);
+    }));
 }
 
 void CleanupService::scheduleOnExecutor(RecordId id, Date at)
@@ -60,8 +112,12 @@ void CleanupService::trashIfExpired(RecordId id)
 {
     const auto expired = m_store.call([](TrackedFileStore &store) { return store.fetchExpired(); }).get();
     const auto entry = std::find_if(expired.begin(), expired.end(), [id](const auto &e) { return e.id == id; });
-    if (entry == expired.end())
+    if (entry == expired.end()) {
+        setInUse(id, false);
         return; // kept, moved, dismissed, deleted or pushed back meanwhile
+    }
+    if (postponeIfInUse(*entry))
+        return;
     if (const auto failure = trashExpired(*entry, QStringLiteral("Failed to trash ")))
         reportFailures({*failure});
 }
@@ -72,9 +128,10 @@ std::optional<TrashFailure> CleanupService::trashExpired(const TrackedFileStore:
     // Only the file that was marked goes: a missing file, or another file that took its
     // name, is left alone and the record is forgotten.
     std::optional<TrashFailure> failure;
+    TrashEntry trashed;
     if (identityAt(entry.path) == entry.identity) {
         const QString name = displayText(fileNameOf(entry.path));
-        if (auto error = m_trash.moveToTrash(entry.path)) {
+        if (auto error = m_trash.trashItem(entry.path, &trashed)) {
             printFailure(failureLead + name + QStringLiteral(": ") + *error);
             failure = TrashFailure{entry.path, std::move(*error)};
         } else {
@@ -83,7 +140,11 @@ std::optional<TrashFailure> CleanupService::trashExpired(const TrackedFileStore:
     }
     // A file that could not be trashed is no longer tracked either: it stays where it is,
     // without its tag.
-    m_store.call([id = entry.id](TrackedFileStore &store) { store.removeRecord(id); }).get();
+    m_store.call([entry, trashed](TrackedFileStore &store) {
+        store.recordTrashed(entry.path, trashed, entry.identity, entry.fileSize);
+        store.removeRecord(entry.id);
+    }).get();
+    setInUse(entry.id, false);
     return failure;
 }
 
@@ -104,6 +165,8 @@ void CleanupService::rehydrate(std::function<void()> done)
         const auto expired = m_store.call([](TrackedFileStore &store) { return store.fetchExpired(); }).get();
         std::vector<TrashFailure> failures;
         for (const auto &entry : expired) {
+            if (postponeIfInUse(entry))
+                continue;
             if (auto failure = trashExpired(entry, QStringLiteral("Rehydrate: failed to trash ")))
                 failures.push_back(std::move(*failure));
         }
@@ -114,8 +177,11 @@ void CleanupService::rehydrate(std::function<void()> done)
         }
 
         const auto pending = m_store.call([](TrackedFileStore &store) { return store.temporaryExpiries(); }).get();
-        for (const auto &expiry : pending)
-            scheduleOnExecutor(expiry.id, expiry.expiresAt);
+        const auto inUse = filesInUse();
+        for (const auto &expiry : pending) {
+            if (std::find(inUse.begin(), inUse.end(), expiry.id) == inUse.end())
+                scheduleOnExecutor(expiry.id, expiry.expiresAt);
+        }
         if (!pending.empty()) {
             qCDebug(lcCleanup).noquote()
                 << QStringLiteral("Rehydrate: scheduled %1 pending file(s)").arg(pending.size());
@@ -148,6 +214,7 @@ void CleanupService::pruneStaleRecords()
         if (record.path.isEmpty() || identityAt(record.path) == record.identity)
             continue;
         m_store.call([id = record.id](TrackedFileStore &store) { store.forgetRecord(id); }).get();
+        setInUse(record.id, false);
         if (const auto task = m_scheduledTasks.find(record.id); task != m_scheduledTasks.end()) {
             m_scheduler.cancel(task->second.timer);
             m_scheduledTasks.erase(task);

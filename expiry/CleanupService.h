@@ -7,6 +7,8 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <set>
 #include <unordered_map>
 #include <vector>
 
@@ -24,6 +26,12 @@ struct TrashFailure {
 // all on the scheduler's continuous clock; the store is asked again before anything is
 // touched, and the path must still hold the marked inode. Runs on its own executor: the
 // public calls may come from any thread and return at once.
+//
+// A file that one of the user's programs still holds open (reading or writing) when its
+// expiry passes is left where it is and tried again every inUseRetryInterval, until
+// inUseLimit after its expiry: then it goes to the Trash all the same (a program that keeps
+// a file open for a day is most likely a file-sharing or indexing program that will not
+// close it). Each item Dowsel trashes is recorded in the store, so it can be put back.
 //
 // The service waits for the store's answers on its executor, so the two must not share one.
 // Timers hold the service weakly: once it is destroyed (on its executor, or after the
@@ -46,7 +54,17 @@ public:
     // time as timers fire, all of the launch catch-up at once. Set it before the first call.
     void setTrashFailureHandler(std::function<void(const std::vector<TrashFailure> &)> handler);
 
+    // Which program holds the file at a path open, if any; by default a look at /proc.
+    void setOpenFileCheck(std::function<std::optional<QString>(const QByteArray &)> check);
+    // Told, on the service's executor, whenever the set of files in use changes. It runs
+    // under the service's lock: it must only post work elsewhere, never call back in.
+    void setInUseObserver(std::function<void()> observer);
+    // The temporary records whose expiry waits for a program to close the file. Any thread.
+    std::vector<RecordId> filesInUse() const;
+
     static constexpr Seconds pruningInterval = 900;
+    static constexpr Seconds inUseRetryInterval = 600;
+    static constexpr Seconds inUseLimit = 24 * 3600;
 
 private:
     struct ScheduledTask {
@@ -63,6 +81,9 @@ private:
     // record whatever happened. `failureLead` starts the printed line of a failed trash.
     std::optional<TrashFailure> trashExpired(const TrackedFileStore::ExpiredRecord &entry, const QString &failureLead);
     void reportFailures(const std::vector<TrashFailure> &failures);
+    // Leaves an expired file that a program holds open for later; false when it is to go now.
+    bool postponeIfInUse(const TrackedFileStore::ExpiredRecord &entry);
+    void setInUse(RecordId id, bool inUse);
     void pruneStaleRecords();
     void schedulePruningPass();
 
@@ -75,6 +96,10 @@ private:
     std::uint64_t m_nextTicket = 1;                               // executor only
     Scheduler::TimerId m_staleRecordTask = Scheduler::invalidTimer;
     std::function<void(const std::vector<TrashFailure> &)> m_trashFailed;
+    std::function<std::optional<QString>(const QByteArray &)> m_openBy;
+    mutable std::mutex m_inUseMutex;
+    std::function<void()> m_inUseChanged; // under m_inUseMutex
+    std::set<RecordId> m_inUse; // under m_inUseMutex
     std::shared_ptr<int> m_lifetime = std::make_shared<int>(0);
 };
 

@@ -6,8 +6,9 @@ namespace dowsel {
 
 namespace {
 
-OnboardingContent stepContent(OnboardingStep step)
+OnboardingContent stepContent(const OnboardingState &state)
 {
+    const OnboardingStep step = state.step;
     OnboardingContent content;
     content.stepIndex = int(step);
     content.primary.keycap = QStringLiteral("Shift+Enter");
@@ -39,6 +40,31 @@ OnboardingContent stepContent(OnboardingStep step)
                           {QStringLiteral("Super+Shift+."), QCoreApplication::translate("Onboarding", "More")}};
         content.primary.title = QCoreApplication::translate("Onboarding", "Enable Shortcuts");
         content.showsSkip = true;
+        if (state.shortcutRoute == ShortcutRoute::portal) {
+            content.body = QCoreApplication::translate(
+                "Onboarding", "Shortcuts let you keep, move, or clean a download without reaching for the mouse. "
+                              "Your desktop binds them for Dowsel — it may ask you to confirm or change the keys.");
+        } else if (state.shortcutRoute == ShortcutRoute::commands) {
+            if (state.portalAnswer == PortalAnswer::declined)
+                content.body = QCoreApplication::translate("Onboarding",
+                    "You declined Dowsel's shortcuts in your desktop's dialog. To use the keyboard anyway, bind "
+                    "these commands to keys in its keyboard settings — each acts on the toast that is showing.");
+            else if (state.portalAnswer == PortalAnswer::unassigned)
+                content.body = QCoreApplication::translate("Onboarding",
+                    "Your desktop took Dowsel's shortcuts but gave them no keys. Give them keys in its shortcut "
+                    "settings if it lists them, or bind these commands to keys — each acts on the toast that is "
+                    "showing.");
+            else
+                content.body = QCoreApplication::translate("Onboarding",
+                    "Your desktop doesn't let Dowsel set up its own shortcuts. Bind these commands to keys in its "
+                    "keyboard settings — each acts on the toast that is showing.");
+            content.badges.clear();
+            content.showsCommands = true;
+            content.primary.title = QCoreApplication::translate("Onboarding", "I've Bound Them");
+            // The desktop's keyboard settings, where the commands are bound.
+            content.openSettings = OnboardingButton{QCoreApplication::translate("Onboarding", "Open Settings"),
+                                                    QString(), OnboardingButton::Kind::secondary};
+        }
         break;
     case OnboardingStep::tryIt:
         content.icon = QStringLiteral("media-playback-start");
@@ -87,7 +113,11 @@ QString problemMessage(const OnboardingState &state)
 
 OnboardingContent onboardingContent(const OnboardingState &state)
 {
-    OnboardingContent content = stepContent(state.step);
+    OnboardingContent content = stepContent(state);
+    // Shift+Enter is grabbed for the island on X11 only; on Wayland no key of Dowsel's own
+    // reaches it from another window.
+    if (state.shortcutRoute != ShortcutRoute::keyGrabs)
+        content.primary.keycap.clear();
     const bool isDownloads = state.step == OnboardingStep::downloads;
     const bool isShortcuts = state.step == OnboardingStep::accessibility;
     const OnboardingButton openSettings{isDownloads ? QCoreApplication::translate("Onboarding", "Open File Manager")
@@ -100,7 +130,9 @@ OnboardingContent onboardingContent(const OnboardingState &state)
     case OnboardingPermissionStatus::requesting:
         if (isDownloads || isShortcuts) {
             content.primary.title = isDownloads ? QCoreApplication::translate("Onboarding", "Waiting for permission…")
-                                                : QCoreApplication::translate("Onboarding", "Checking shortcuts…");
+                : state.shortcutRoute == ShortcutRoute::portal
+                ? QCoreApplication::translate("Onboarding", "Waiting for your desktop…")
+                : QCoreApplication::translate("Onboarding", "Checking shortcuts…");
             content.primary.enabled = false;
             content.openSettings = openSettings;
         }
@@ -119,9 +151,12 @@ OnboardingContent onboardingContent(const OnboardingState &state)
         break;
     case OnboardingPermissionStatus::granted:
         content.icon = QStringLiteral("emblem-default");
+        content.openSettings.reset();
         if (isDownloads || isShortcuts)
             content.primary.title = isDownloads ? QCoreApplication::translate("Onboarding", "Downloads access granted")
-                                                : QCoreApplication::translate("Onboarding", "Shortcuts active");
+                : state.shortcutRoute == ShortcutRoute::commands
+                ? QCoreApplication::translate("Onboarding", "Commands bound")
+                : QCoreApplication::translate("Onboarding", "Shortcuts active");
         content.primary.enabled = false;
         content.showsSkip = false;
         break;
@@ -129,9 +164,9 @@ OnboardingContent onboardingContent(const OnboardingState &state)
     return content;
 }
 
-HintContent hintContent(HintPhase phase, const QString &expiryText, bool markedTemporary)
+HintContent hintContent(HintPhase phase, const QString &expiryText, bool markedTemporary, ShortcutRoute route)
 {
-    const std::vector<HintRow> rows{
+    std::vector<HintRow> rows{
         {QStringLiteral("Super+Shift+T"),
             QCoreApplication::translate("Onboarding", "Keep it — Dowsel auto-deletes it in ") + expiryText},
         {QStringLiteral("Super+Shift+Alt+T"),
@@ -143,13 +178,25 @@ HintContent hintContent(HintPhase phase, const QString &expiryText, bool markedT
         {QStringLiteral("Esc"),
             QCoreApplication::translate("Onboarding", "Dismiss — the file just stays in Downloads.")},
     };
+    if (route == ShortcutRoute::portal) {
+        // The desktop owns the keys: a bare Escape is asked for as Super+Shift+Escape.
+        rows.back().keycap = QStringLiteral("Super+Shift+Esc");
+    } else if (route == ShortcutRoute::commands) {
+        // No keys of Dowsel's own reach it: the commands the user bound to keys of their choice.
+        const QString actions[] = {QStringLiteral("keep"), QStringLiteral("time"), QStringLiteral("move"),
+                                   QStringLiteral("more"), QStringLiteral("dismiss")};
+        for (size_t i = 0; i < rows.size(); ++i)
+            rows[i].keycap = QStringLiteral("dowsel toast ") + actions[i];
+    }
+    const bool commands = route == ShortcutRoute::commands;
     HintContent content;
     content.doneTitle = QCoreApplication::translate("Onboarding", "Done");
     switch (phase) {
     case HintPhase::running:
         content.icon = QStringLiteral("input-mouse");
-        content.headline =
-            QCoreApplication::translate("Onboarding", "Your practice file is live — try the shortcuts on it.");
+        content.headline = commands
+            ? QCoreApplication::translate("Onboarding", "Your practice file is live — try the keys you bound on it.")
+            : QCoreApplication::translate("Onboarding", "Your practice file is live — try the shortcuts on it.");
         content.rows = rows;
         content.tip = QCoreApplication::translate("Onboarding", "Hover the toast to pause the countdown.");
         break;

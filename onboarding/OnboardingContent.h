@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/ShortcutCommands.h"
 #include "toast/ToastHost.h"
 
 #include <QString>
@@ -22,7 +23,7 @@ enum class OnboardingProblem {
     downloadsUnreadable, // the folder exists but cannot be listed
     downloadsMissing, // there is no Downloads folder yet; Dowsel offers to create it
     shortcutsBlocked, // another program holds some of the key combinations
-    shortcutsUnavailable, // no way to grab keys here (Wayland without a portal, no X server)
+    shortcutsUnavailable, // no way to grab keys here (no X server)
     practiceNotShown, // the practice file got no toast in time
 };
 
@@ -33,6 +34,10 @@ struct OnboardingState {
     OnboardingProblem problem = OnboardingProblem::none;
     QStringList blockedShortcuts; // "Super+Shift+T", when `problem` is shortcutsBlocked
     QString downloadsFolder; // for display
+    // What carries the shortcuts on this session; on Wayland, what the portal answered (the
+    // commands take its place when it is missing, declined or gave no keys).
+    ShortcutRoute shortcutRoute = ShortcutRoute::keyGrabs;
+    PortalAnswer portalAnswer = PortalAnswer::missing;
 };
 
 struct OnboardingButton {
@@ -57,6 +62,8 @@ struct OnboardingContent {
     OnboardingButton primary;
     std::optional<OnboardingButton> openSettings;
     bool showsSkip = false;
+    // The `dowsel toast` commands to bind, with their copy buttons, in place of the badges.
+    bool showsCommands = false;
     int stepIndex = 0; // the filled step dot, 0...3
 };
 
@@ -82,7 +89,9 @@ struct HintContent {
     QString concludedDismissTitle; // empty until concluded
 };
 
-// `expiryText` is the default expiry as the settings print it ("1 hour").
-HintContent hintContent(HintPhase phase, const QString &expiryText, bool markedTemporary);
+// `expiryText` is the default expiry as the settings print it ("1 hour"); `route` decides
+// whether the rows name keys or the commands the user bound.
+HintContent hintContent(HintPhase phase, const QString &expiryText, bool markedTemporary,
+                        ShortcutRoute route = ShortcutRoute::keyGrabs);
 
 } // namespace dowsel

@@ -49,6 +49,11 @@ OnboardingFlow::OnboardingFlow(Services services, QObject *parent)
     m_appear.onChanged = [this] { Q_EMIT changed(); };
     m_demo.onFirstRunConcluded = [this] { completeOnboarding(); };
     m_demo.onAborted = [this](bool isFirstRun) { demoAborted(isFirstRun); };
+    // The portal may answer while the shortcuts step shows: its texts follow.
+    connect(&m_services.permissions, &PermissionsManager::changed, this, [this] {
+        if (m_isActive)
+            Q_EMIT changed();
+    });
 }
 
 OnboardingFlow::~OnboardingFlow()
@@ -56,9 +61,18 @@ OnboardingFlow::~OnboardingFlow()
     cancelPoll();
 }
 
+OnboardingState OnboardingFlow::shownState() const
+{
+    OnboardingState state = m_state;
+    state.shortcutRoute = m_services.permissions.shortcutsGrant().route;
+    const auto portal = m_services.permissions.portalStatus();
+    state.portalAnswer = portal ? portal->answer : PortalAnswer::missing;
+    return state;
+}
+
 OnboardingContent OnboardingFlow::content() const
 {
-    OnboardingContent content = onboardingContent(m_state);
+    OnboardingContent content = onboardingContent(shownState());
     if (content.openSettings && m_state.step == OnboardingStep::accessibility
         && !m_services.permissions.canOpenSystemSettings(PermissionsManager::Permission::shortcuts))
         content.openSettings.reset();
@@ -101,7 +115,9 @@ void OnboardingFlow::primary()
             requestDownloadsAccess();
         break;
     case OnboardingStep::accessibility:
-        if (mayAsk)
+        if (m_services.permissions.shortcutsGrant().route == ShortcutRoute::commands)
+            confirmCommands();
+        else if (mayAsk)
             requestAccessibility();
         break;
     case OnboardingStep::tryIt:
@@ -201,8 +217,36 @@ void OnboardingFlow::requestAccessibility()
     checkShortcutsNow();
 }
 
+void OnboardingFlow::confirmCommands()
+{
+    if (m_state.status == OnboardingPermissionStatus::granted)
+        return;
+    cancelPoll();
+    m_services.permissions.setCommandsConfirmed(true);
+    setStatus(OnboardingPermissionStatus::granted);
+    after(shortcutsGrantedPause, [this] { setStep(OnboardingStep::tryIt); });
+}
+
 void OnboardingFlow::checkShortcutsNow()
 {
+    const ShortcutsGrant grant = m_services.permissions.shortcutsGrant();
+    if (grant.route == ShortcutRoute::commands) {
+        // Nothing to check: the list of commands is shown, and the user says when they are bound.
+        cancelPoll();
+        setStatus(OnboardingPermissionStatus::idle);
+        return;
+    }
+    if (grant.route == ShortcutRoute::portal) {
+        m_services.permissions.refresh();
+        if (grant.granted) {
+            setStatus(OnboardingPermissionStatus::granted);
+            after(shortcutsGrantedPause, [this] { setStep(OnboardingStep::tryIt); });
+            return;
+        }
+        // Waiting for the portal's answer.
+        after(pollInterval, [this] { checkShortcutsNow(); });
+        return;
+    }
     const ShortcutCheck check = m_services.checkShortcuts ? m_services.checkShortcuts() : ShortcutCheck{};
     if (check.isAvailable && check.blocked.isEmpty()) {
         m_services.permissions.refresh();

@@ -68,6 +68,8 @@ public:
     // Makes the missing Downloads folder (one mkdir, nothing else touched) and checks again.
     void createDownloadsFolder();
     void requestAccessibility();
+    // "I've Bound Them" where the `dowsel toast` commands stand in for the shortcuts.
+    void confirmCommands();
     void completeOnboarding();
     // The desktop's own place for the current step's permission.
     void openSettings();
@@ -89,6 +91,8 @@ Q_SIGNALS:
 
 private:
     void setStatus(OnboardingPermissionStatus status, OnboardingProblem problem = OnboardingProblem::none);
+    // The state with what the permissions say about the shortcuts' route.
+    OnboardingState shownState() const;
     void pollDownloads();
     void checkShortcutsNow();
     void startCoreServices();

@@ -36,8 +36,25 @@ RowKind kindOf(const QModelIndex &index)
 
 bool isFileRow(RowKind kind)
 {
-    return kind == RowKind::temporaryFile || kind == RowKind::ignoredFile;
+    return kind == RowKind::temporaryFile || kind == RowKind::ignoredFile || kind == RowKind::trashedFile;
 }
+
+QString putBackText()
+{
+    return PopoverItemDelegate::tr("Put back");
+}
+
+QString makeAllTemporaryText()
+{
+    return PopoverItemDelegate::tr("Make all temporary");
+}
+
+QString reviewText()
+{
+    return PopoverItemDelegate::tr("Review…");
+}
+
+
 
 QString keepAllText()
 {
@@ -113,9 +130,41 @@ QRect PopoverItemDelegate::markButtonRect(const QRect &row, const QFont &font)
     return QRect(row.right() - inset - width + 1, row.center().y() - height / 2, width, height);
 }
 
+QRect PopoverItemDelegate::putBackButtonRect(const QRect &row, const QFont &font)
+{
+    const QFontMetrics metrics(popoverstyle::captionFont(font));
+    const int width = 8 + metrics.horizontalAdvance(putBackText()) + 8;
+    const int height = metrics.height() + 8;
+    return QRect(row.right() - inset - width + 1, row.center().y() - height / 2, width, height);
+}
+
+QRect PopoverItemDelegate::backlogTextRect(const QRect &row, const QFont &font)
+{
+    const QFontMetrics metrics(popoverstyle::captionFont(font));
+    return QRect(row.left() + inset, row.top() + rowVerticalInset / 2, row.width() - 2 * inset, metrics.height() + 6);
+}
+
+QRect PopoverItemDelegate::backlogMakeTemporaryRect(const QRect &row, const QFont &font)
+{
+    const QFontMetrics metrics(popoverstyle::captionFont(font));
+    const QRect text = backlogTextRect(row, font);
+    return QRect(text.left(), text.bottom() + 3, metrics.horizontalAdvance(makeAllTemporaryText()) + 8,
+                 metrics.height() + 6);
+}
+
+QRect PopoverItemDelegate::backlogReviewRect(const QRect &row, const QFont &font)
+{
+    const QFontMetrics metrics(popoverstyle::captionFont(font));
+    const QRect first = backlogMakeTemporaryRect(row, font);
+    return QRect(first.right() + 1 + spacing, first.top(), metrics.horizontalAdvance(reviewText()) + 8,
+                 first.height());
+}
+
 QSize PopoverItemDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
     const QFontMetrics caption(popoverstyle::captionFont(option.font));
+    if (kindOf(index) == RowKind::backlog)
+        return {option.rect.width(), 2 * (caption.height() + 6) + 3 + rowVerticalInset};
     if (isFileRow(kindOf(index))) {
         const int textHeight = QFontMetrics(option.font).height() + caption.height();
         return {option.rect.width(), std::max(thumbnailSize, textHeight) + 2 * rowVerticalInset};
@@ -129,6 +178,8 @@ void PopoverItemDelegate::paint(QPainter *painter, const QStyleOptionViewItem &o
     painter->setRenderHint(QPainter::Antialiasing);
     if (isFileRow(kindOf(index)))
         paintFile(painter, option, index);
+    else if (kindOf(index) == RowKind::backlog)
+        paintBacklog(painter, option, index);
     else
         paintHeader(painter, option, index);
     painter->restore();
@@ -145,6 +196,11 @@ void PopoverItemDelegate::paintHeader(QPainter *painter, const QStyleOptionViewI
     const QRect content = option.rect.adjusted(inset, headerVerticalInset, -inset, -headerVerticalInset);
     const QString title = index.data(Qt::DisplayRole).toString();
 
+    if (kindOf(index) == RowKind::trashedHeader) {
+        painter->setPen(popoverstyle::secondaryText(palette));
+        painter->drawText(content, Qt::AlignLeft | Qt::AlignVCenter, title);
+        return;
+    }
     if (kindOf(index) == RowKind::temporaryHeader) {
         painter->setPen(popoverstyle::secondaryText(palette));
         painter->drawText(content, Qt::AlignLeft | Qt::AlignVCenter, title);
@@ -220,6 +276,12 @@ void PopoverItemDelegate::paintFile(QPainter *painter, const QStyleOptionViewIte
             paintCountdown(painter, option, index);
             trailing = countdownRect(row, option.font, countdown).left() - spacing;
         }
+    } else if (kindOf(index) == RowKind::trashedFile) {
+        const QRect button = putBackButtonRect(row, option.font);
+        painter->setFont(popoverstyle::captionFont(option.font));
+        painter->setPen(popoverstyle::tint(palette));
+        painter->drawText(button, Qt::AlignCenter, putBackText());
+        trailing = button.left() - spacing;
     } else {
         paintMarkButton(painter, option);
         trailing = markButtonRect(row, option.font).left() - spacing;
@@ -273,6 +335,28 @@ void PopoverItemDelegate::paintCountdown(QPainter *painter, const QStyleOptionVi
     painter->setFont(popoverstyle::captionFont(option.font));
     painter->setPen(primary);
     painter->drawText(pill.adjusted(8 + 10 + 4, 0, -8, 0), Qt::AlignLeft | Qt::AlignVCenter, text);
+}
+
+void PopoverItemDelegate::paintBacklog(QPainter *painter, const QStyleOptionViewItem &option,
+                                       const QModelIndex &index) const
+{
+    const QPalette &palette = option.palette;
+    const QRect row = option.rect;
+    const QFont caption = popoverstyle::captionFont(option.font);
+    const QFontMetrics metrics(caption);
+    painter->setFont(caption);
+    painter->setPen(palette.color(QPalette::WindowText));
+    const QRect text = backlogTextRect(row, option.font);
+    // The age can be changed: the line ends with a small chevron.
+    const QString line = metrics.elidedText(index.data(PopoverListModel::BacklogTextRole).toString(), Qt::ElideRight,
+                                            text.width() - 16);
+    painter->drawText(text, Qt::AlignLeft | Qt::AlignVCenter, line);
+    const int chevronLeft = text.left() + metrics.horizontalAdvance(line) + 4;
+    drawChevron(painter, QRectF(chevronLeft, text.center().y() - 5, 10, 10), true, popoverstyle::secondaryText(palette));
+    painter->setPen(popoverstyle::tint(palette));
+    painter->drawText(backlogMakeTemporaryRect(row, option.font), Qt::AlignLeft | Qt::AlignVCenter,
+                      makeAllTemporaryText());
+    painter->drawText(backlogReviewRect(row, option.font), Qt::AlignLeft | Qt::AlignVCenter, reviewText());
 }
 
 void PopoverItemDelegate::paintMarkButton(QPainter *painter, const QStyleOptionViewItem &option) const
@@ -362,6 +446,20 @@ bool PopoverItemDelegate::editorEvent(QEvent *event, QAbstractItemModel *, const
         else
             Q_EMIT revealClicked(index.row());
         return true;
+    case RowKind::trashedFile:
+        if (putBackButtonRect(option.rect, option.font).contains(at))
+            Q_EMIT putBackClicked(index.row());
+        return true;
+    case RowKind::backlog:
+        if (backlogMakeTemporaryRect(option.rect, option.font).contains(at))
+            Q_EMIT backlogMakeTemporaryClicked();
+        else if (backlogReviewRect(option.rect, option.font).contains(at))
+            Q_EMIT backlogReviewClicked();
+        else if (backlogTextRect(option.rect, option.font).contains(at))
+            Q_EMIT backlogAgeClicked(mouse->globalPosition().toPoint());
+        return true;
+    case RowKind::trashedHeader:
+        return true;
     }
     return false;
 }
@@ -386,7 +484,21 @@ bool PopoverItemDelegate::helpEvent(QHelpEvent *event, QAbstractItemView *view, 
         if (markButtonRect(option.rect, option.font).contains(event->pos()))
             help = markTemporaryHelpText(m_prefs);
         break;
+    case RowKind::trashedFile:
+        if (putBackButtonRect(option.rect, option.font).contains(event->pos()))
+            help = PopoverItemDelegate::tr("Move it back to where it was");
+        break;
+    case RowKind::backlog:
+        if (backlogMakeTemporaryRect(option.rect, option.font).contains(event->pos()))
+            help = markTemporaryHelpText(m_prefs);
+        else if (backlogTextRect(option.rect, option.font).contains(event->pos()))
+            help = PopoverItemDelegate::tr("Change the age");
+        break;
     case RowKind::temporaryFile:
+        if (index.data(PopoverListModel::InUseRole).toBool())
+            help = PopoverItemDelegate::tr("A program has it open: it goes to the Trash once it is closed");
+        break;
+    case RowKind::trashedHeader:
         break;
     }
     if (help.isEmpty()) {

@@ -25,6 +25,11 @@ public:
     static QRect menuButtonRect(const QRect &row);
     static QRect countdownRect(const QRect &row, const QFont &font, const QString &text);
     static QRect markButtonRect(const QRect &row, const QFont &font);
+    static QRect putBackButtonRect(const QRect &row, const QFont &font);
+    // The backlog row: its line of text (which changes the age), and its two actions.
+    static QRect backlogTextRect(const QRect &row, const QFont &font);
+    static QRect backlogMakeTemporaryRect(const QRect &row, const QFont &font);
+    static QRect backlogReviewRect(const QRect &row, const QFont &font);
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
@@ -39,6 +44,10 @@ Q_SIGNALS:
     void revealClicked(int row);
     void menuClicked(int row, const QPoint &globalPosition);
     void markTemporaryClicked(int row);
+    void putBackClicked(int row);
+    void backlogAgeClicked(const QPoint &globalPosition);
+    void backlogMakeTemporaryClicked();
+    void backlogReviewClicked();
     // A row's picture has come: the view repaints.
     void thumbnailArrived();
 
@@ -47,6 +56,7 @@ private:
     void paintFile(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
     void paintCountdown(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
     void paintMarkButton(QPainter *painter, const QStyleOptionViewItem &option) const;
+    void paintBacklog(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
     QIcon iconFor(const QModelIndex &index) const;
     // The row's thumbnail when one is known; asks for it once otherwise.
     QImage thumbnailFor(const QModelIndex &index, double scale) const;

@@ -2,7 +2,10 @@
 
 #include "app/PermissionsManager.h"
 #include "core/QtExecutor.h"
+#include "core/Tags.h"
+#include "platform/Preferences.h"
 #include "platform/Time.h"
+#include "ui/BacklogPage.h"
 #include "ui/FileManager.h"
 #include "ui/PopoverItemDelegate.h"
 #include "ui/PopoverListModel.h"
@@ -82,6 +85,7 @@ PopoverWindow::PopoverWindow(PopoverServices services, QWidget *parent)
     m_pages = new QStackedWidget(this);
     m_pages->addWidget(buildFilesPage());
     m_pages->addWidget(buildSettingsPage());
+    m_pages->addWidget(buildBacklogPage());
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_pages);
@@ -97,6 +101,15 @@ PopoverWindow::PopoverWindow(PopoverServices services, QWidget *parent)
     connect(m_delegate, &PopoverItemDelegate::markTemporaryClicked, this, [this](int row) {
         if (const TrackedFile *file = m_model->fileAt(row))
             markTemporary(file->id);
+    });
+    connect(m_delegate, &PopoverItemDelegate::putBackClicked, this, &PopoverWindow::putBack);
+    connect(m_delegate, &PopoverItemDelegate::backlogAgeClicked, this, &PopoverWindow::chooseBacklogAge);
+    connect(m_delegate, &PopoverItemDelegate::backlogReviewClicked, this, [this] { showPage(Page::backlog); });
+    connect(m_delegate, &PopoverItemDelegate::backlogMakeTemporaryClicked, this, [this] {
+        std::vector<RecordId> ids;
+        for (const BacklogFile &file : m_model->lists().backlog)
+            ids.push_back(file.record.id);
+        makeTemporary(ids);
     });
     updateEmptyState();
 }
@@ -197,6 +210,35 @@ QWidget *PopoverWindow::buildSettingsPage()
     return page;
 }
 
+QWidget *PopoverWindow::buildBacklogPage()
+{
+    auto *page = new QWidget(this);
+    auto *bar = header(page);
+    auto *back = headerButton(QStringLiteral("‹"), tr("Back"), QStringLiteral("backlogBackButton"), bar);
+    connect(back, &QToolButton::clicked, this, [this] { showPage(Page::files); });
+    auto *title = new QLabel(tr("Old files"), bar);
+    title->setFont(popoverstyle::headlineFont(font()));
+    bar->layout()->addWidget(back);
+    bar->layout()->addWidget(title);
+    static_cast<QHBoxLayout *>(bar->layout())->addStretch(1);
+
+    m_backlog = new BacklogPage(page);
+    connect(m_backlog, &BacklogPage::makeTemporaryRequested, this, [this](const std::vector<RecordId> &ids) {
+        makeTemporary(ids);
+        showPage(Page::files);
+    });
+    connect(m_backlog, &BacklogPage::trashRequested, this, [this](const std::vector<RecordId> &ids) {
+        trashAll(ids);
+        showPage(Page::files);
+    });
+    auto *layout = new QVBoxLayout(page);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(bar);
+    layout->addWidget(m_backlog, 1);
+    return page;
+}
+
 void PopoverWindow::showNear(const QRect &trayIcon, Page page)
 {
     const QRect anchor = trayIcon.isValid() ? trayIcon : QRect(QCursor::pos(), QSize());
@@ -214,14 +256,14 @@ void PopoverWindow::showNear(const QRect &trayIcon, Page page)
 
 PopoverWindow::Page PopoverWindow::currentPage() const
 {
-    return m_pages->currentIndex() == 1 ? Page::settings : Page::files;
+    return Page(m_pages->currentIndex());
 }
 
 void PopoverWindow::showPage(Page page)
 {
     if (page == Page::settings)
         m_settings->reload(); // also refreshes the permissions
-    m_pages->setCurrentIndex(page == Page::settings ? 1 : 0);
+    m_pages->setCurrentIndex(int(page));
 }
 
 void PopoverWindow::showEvent(QShowEvent *event)
@@ -268,8 +310,13 @@ void PopoverWindow::startFetch()
         return;
     }
     m_fetchInFlight = true;
+    const int ageDays = backlogAgeDays(m_services.prefs);
+    m_model->setBacklogAgeDays(ageDays);
+    const PopoverFetch fetch{m_services.clock.now(), ageDays * 86400.0};
     m_services.store.call(
-        [folder = m_services.downloadsFolder](TrackedFileStore &store) { return fetchPopoverLists(store, folder); },
+        [folder = m_services.downloadsFolder, fetch](TrackedFileStore &store) {
+            return fetchPopoverLists(store, folder, fetch);
+        },
         mainThread(), [self = QPointer<PopoverWindow>(this)](PopoverLists lists) {
             if (self)
                 self->applyLists(std::move(lists));
@@ -279,6 +326,9 @@ void PopoverWindow::startFetch()
 void PopoverWindow::applyLists(PopoverLists lists)
 {
     m_fetchInFlight = false;
+    if (m_services.filesInUse)
+        lists.inUse = m_services.filesInUse();
+    m_backlog->setFiles(lists.backlog);
     m_model->setLists(std::move(lists), m_services.clock.now());
     updateEmptyState();
     Q_EMIT listsUpdated();
@@ -334,6 +384,65 @@ void PopoverWindow::keepAll()
         const int unsaved = dowsel::keepAll(store, ids);
         return unsaved == 0 ? QString() : notSavedText(tr("%n file(s) were not kept.", nullptr, unsaved));
     });
+}
+
+void PopoverWindow::putBack(int row)
+{
+    const auto *trashed = m_model->trashedAt(row);
+    if (!trashed)
+        return;
+    reportOutcome([id = trashed->id, name = fileNameOf(trashed->originalPath)](TrackedFileStore &store) {
+        const auto outcome = store.putBack(id);
+        if (!outcome.error.isEmpty())
+            return tr("%1 was not put back: %2").arg(displayText(name), outcome.error);
+        QStringList notes;
+        if (outcome.folderRecreated)
+            notes << tr("Its folder %1 was made again.").arg(displayText(parentPath(outcome.path)));
+        if (outcome.otherName)
+            notes << tr("%1 was taken, so it is back as %2.").arg(displayText(name), displayText(fileNameOf(outcome.path)));
+        return notes.join(QLatin1Char(' '));
+    });
+}
+
+void PopoverWindow::makeTemporary(const std::vector<RecordId> &ids)
+{
+    reportOutcome([ids, schedule = m_services.scheduleExpiry](TrackedFileStore &store) {
+        const int unsaved = dowsel::makeTemporary(store, ids, schedule);
+        return unsaved == 0 ? QString() : notSavedText(tr("%n file(s) were not made temporary.", nullptr, unsaved));
+    });
+}
+
+void PopoverWindow::trashAll(const std::vector<RecordId> &ids)
+{
+    reportOutcome([ids](TrackedFileStore &store) {
+        QStringList refused;
+        for (RecordId id : ids) {
+            const auto file = store.record(id);
+            if (const auto error = store.deleteNow(id))
+                refused << displayText(file ? file->fileName : QByteArray()) + QStringLiteral(": ") + *error;
+        }
+        if (refused.isEmpty())
+            return QString();
+        return tr("%n file(s) were not moved to the Trash:", nullptr, int(refused.size())) + QLatin1Char(' ')
+            + refused.join(QStringLiteral("; "));
+    });
+}
+
+void PopoverWindow::chooseBacklogAge(const QPoint &globalPosition)
+{
+    auto *menu = new QMenu(this);
+    menu->setObjectName(QStringLiteral("backlogAgeMenu"));
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    const int current = backlogAgeDays(m_services.prefs);
+    for (const int days : {7, 14, 30, 90, 180, 365}) {
+        QAction *action = menu->addAction(tr("Older than %1 days").arg(days), this, [this, days] {
+            m_services.prefs.setValue(backlogAgeKey, days);
+            startFetch();
+        });
+        action->setCheckable(true);
+        action->setChecked(days == current);
+    }
+    menu->popup(globalPosition);
 }
 
 QString PopoverWindow::notSavedText(const QString &what)

@@ -14,6 +14,7 @@ class QTimer;
 
 namespace dowsel {
 
+class BacklogPage;
 class ThumbnailCache;
 
 class Clock;
@@ -43,6 +44,9 @@ struct PopoverServices {
     LoginItem *loginItem = nullptr;
     // The pictures of the rows: the same service as the toast's. Null: icons only.
     ThumbnailCache *thumbnails = nullptr;
+    // The temporary records whose expiry waits for a program to close the file
+    // (CleanupService::filesInUse); none: no row says "in use".
+    std::function<std::vector<RecordId>()> filesInUse;
 };
 
 // The 360 × 440 window under the tray icon: the temporary files with their countdowns, the
@@ -51,7 +55,7 @@ struct PopoverServices {
 class PopoverWindow final : public QWidget {
     Q_OBJECT
 public:
-    enum class Page { files, settings };
+    enum class Page { files, settings, backlog };
     static constexpr QSize fixedSize{360, 440};
 
     explicit PopoverWindow(PopoverServices services, QWidget *parent = nullptr);
@@ -70,6 +74,7 @@ public:
     Page currentPage() const;
     PopoverListModel &model() { return *m_model; }
     SettingsPage &settingsPage() { return *m_settings; }
+    BacklogPage &backlogPage() { return *m_backlog; }
 
 Q_SIGNALS:
     void replayOnboardingRequested();
@@ -85,6 +90,7 @@ protected:
 private:
     QWidget *buildFilesPage();
     QWidget *buildSettingsPage();
+    QWidget *buildBacklogPage();
     void showPage(Page page);
     void startFetch();
     void applyLists(PopoverLists lists);
@@ -98,6 +104,10 @@ private:
     void reportOutcome(std::function<QString(TrackedFileStore &)> change);
     static QString notSavedText(const QString &what);
     void keepAll();
+    void putBack(int row);
+    void makeTemporary(const std::vector<RecordId> &ids);
+    void trashAll(const std::vector<RecordId> &ids);
+    void chooseBacklogAge(const QPoint &globalPosition);
     void revealRow(int row);
     void showRowMenu(int row, const QPoint &globalPosition);
 
@@ -109,6 +119,7 @@ private:
     QListView *m_list = nullptr;
     QWidget *m_emptyState = nullptr;
     SettingsPage *m_settings = nullptr;
+    BacklogPage *m_backlog = nullptr;
     QTimer *m_ticker;
     QLabel *m_failureLine = nullptr;
 

@@ -5,6 +5,7 @@
 #include "platform/Preferences.h"
 #include "ui/PermissionRow.h"
 #include "ui/PopoverStyle.h"
+#include "ui/ShortcutCommandsList.h"
 #include "ui/model/HelpDocuments.h"
 #include "ui/model/SettingsTexts.h"
 #include "ui/model/SupportMail.h"
@@ -245,6 +246,12 @@ QWidget *SettingsPage::buildPermissionsSection()
             [this] { m_permissions.openSystemSettings(PermissionsManager::Permission::shortcuts); });
     layout->addWidget(m_downloadsRow);
     layout->addWidget(m_shortcutsRow);
+    m_commandsHolder = new QWidget(section);
+    m_commandsHolder->setObjectName(QStringLiteral("shortcutCommands"));
+    auto *commandsLayout = new QVBoxLayout(m_commandsHolder);
+    commandsLayout->setContentsMargins(28, 0, 0, 4);
+    m_commandsHolder->hide();
+    layout->addWidget(m_commandsHolder);
 
     auto *replay = new QPushButton(tr("Replay Onboarding"), section);
     replay->setObjectName(QStringLiteral("replayOnboarding"));
@@ -342,6 +349,7 @@ void SettingsPage::updatePermissions()
     m_downloadsRow->setState(m_permissions.hasDownloadsAccess(),
                              tr("Lets Dowsel see new files in your Downloads folder."));
     const bool shortcuts = m_permissions.hasAccessibility();
+    const ShortcutsGrant grant = m_permissions.shortcutsGrant();
     QString shortcutsDetail = shortcuts
         ? tr("The global shortcuts let you keep, move or clean a download without reaching for the mouse.")
         : tr("The global shortcuts let you keep, move or clean a download without reaching for the mouse. "
@@ -350,11 +358,28 @@ void SettingsPage::updatePermissions()
     const QString unavailable = m_permissions.shortcutsUnavailableReason();
     if (!shortcuts && !unavailable.isEmpty())
         shortcutsDetail = unavailable;
+    if (shortcuts && !grant.how.isEmpty())
+        shortcutsDetail += QLatin1Char('\n') + tr("Working: %1.").arg(grant.how);
     const QStringList blocked = m_blockedShortcuts ? m_blockedShortcuts() : QStringList();
-    if (!blocked.isEmpty() && unavailable.isEmpty())
+    if (!blocked.isEmpty() && grant.route == ShortcutRoute::keyGrabs)
         shortcutsDetail += QLatin1Char('\n') + tr("Taken by another program: %1").arg(blocked.join(QStringLiteral(", ")));
     m_shortcutsRow->setActionAvailable(m_permissions.canOpenSystemSettings(PermissionsManager::Permission::shortcuts));
     m_shortcutsRow->setState(shortcuts, shortcutsDetail);
+
+    if (grant.offersCommands && !m_commands) {
+        const QString desktop = m_permissions.session() ? m_permissions.session()->desktop : QString();
+        m_commands = new ShortcutCommandsList(currentCommandProgram(), desktop, ShortcutCommandsList::Look::page,
+                                              m_commandsHolder);
+        m_commandsHolder->layout()->addWidget(m_commands);
+        connect(m_commands, &ShortcutCommandsList::confirmedChanged, this,
+                [this](bool confirmed) { m_permissions.setCommandsConfirmed(confirmed); });
+    }
+    if (m_commands) {
+        const QStringList seen = m_permissions.commandsSeen();
+        m_commands->setConfirmed(m_permissions.commandsConfirmed() || !seen.isEmpty());
+        m_commands->setSeen(seen);
+    }
+    m_commandsHolder->setVisible(grant.offersCommands);
 }
 
 void SettingsPage::composeSupportMail()

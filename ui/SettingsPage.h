@@ -14,6 +14,7 @@ namespace dowsel {
 
 class LoginItem;
 class PermissionRow;
+class ShortcutCommandsList;
 class PermissionsManager;
 class Preferences;
 
@@ -31,6 +32,9 @@ public:
 
     // Reads the preferences and the permission state afresh; run each time the page is shown.
     void reload();
+    // The `dowsel toast` commands to bind; null until a Wayland session without the portal's
+    // keys first shows them.
+    ShortcutCommandsList *shortcutCommands() const { return m_commands; }
 
 Q_SIGNALS:
     void replayOnboardingRequested();
@@ -63,6 +67,9 @@ private:
     QLabel *m_loginError = nullptr;
     PermissionRow *m_downloadsRow = nullptr;
     PermissionRow *m_shortcutsRow = nullptr;
+    QWidget *m_commandsHolder = nullptr;
+    // Made the first time the commands are offered (a Wayland session without the portal's keys).
+    ShortcutCommandsList *m_commands = nullptr;
 };
 
 } // namespace dowsel

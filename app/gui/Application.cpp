@@ -6,6 +6,7 @@
 #include "app/LoginItem.h"
 #include "app/gui/CommandLine.h"
 #include "app/gui/ControlService.h"
+#include "app/gui/PortalAnswers.h"
 #include "app/gui/SignalHandler.h"
 #include "app/gui/TrayIcon.h"
 #include "core/Logging.h"
@@ -92,10 +93,19 @@ QJsonObject statusReport(AppState &state, const GlobalShortcuts &shortcuts, cons
     PermissionsManager &permissions = state.permissions();
     const auto [granted, downloadsAccess] = permissions.refresh();
     const Session session = permissions.session().value_or(Session{});
-    QString reason = permissions.shortcutsUnavailableReason();
+    const ShortcutsGrant grant = permissions.shortcutsGrant();
+    QString reason = grant.reason;
     const QStringList blocked = shortcuts.blockedShortcuts();
     if (!granted && reason.isEmpty())
         reason = QStringLiteral("no X server answers the key grabs");
+    QString via = QStringLiteral("key grabs");
+    if (grant.route == ShortcutRoute::portal)
+        via = QStringLiteral("portal");
+    else if (grant.route == ShortcutRoute::commands)
+        via = QStringLiteral("commands");
+    QString portal = QStringLiteral("not used");
+    if (const auto answer = permissions.portalStatus(); answer && session.type == SessionType::wayland)
+        portal = portalAnswerName(answer->answer) + (answer->detail.isEmpty() ? QString() : QStringLiteral(": ") + answer->detail);
     QString autostart = QStringLiteral("absent");
     switch (state.loginItem().state()) {
     case LoginItem::State::enabled:
@@ -114,6 +124,11 @@ QJsonObject statusReport(AppState &state, const GlobalShortcuts &shortcuts, cons
         {QStringLiteral("nativeWaylandWindows"), session.nativeWaylandWindows},
         {QStringLiteral("shortcutsGranted"), granted},
         {QStringLiteral("shortcutsReason"), granted ? QString() : reason},
+        {QStringLiteral("shortcutsVia"), via},
+        {QStringLiteral("shortcutsHow"), granted ? grant.how : QString()},
+        {QStringLiteral("portal"), portal},
+        {QStringLiteral("commandsConfirmed"), permissions.commandsConfirmed()},
+        {QStringLiteral("commandsSeen"), QJsonArray::fromStringList(permissions.commandsSeen())},
         {QStringLiteral("shortcutsHeldByOthers"), QJsonArray::fromStringList(blocked)},
         {QStringLiteral("toastShowing"), context.isToastShown && !context.isOnboardingActive},
         {QStringLiteral("autostart"), autostart},
@@ -211,7 +226,7 @@ int runApplication(int argc, char *argv[])
                                    + (session.desktop.isEmpty() ? QString() : QStringLiteral(" (") + session.desktop + QLatin1Char(')'));
     state.permissions().setSession(session);
     state.permissions().setAccessibilityCheck([&shortcuts] { return shortcuts.isInstalled(); });
-    state.permissions().setDesktopWideCheck([toastUi] { return toastUi->shortcutsDesktopWide(); });
+    state.permissions().setPortalCheck([toastUi] { return portalStatusOf(toastUi->keyGrabber()); });
     toastUi->onShortcutsAvailabilityChanged = [&state] { state.permissions().refresh(); };
     state.permissions().setFileManagerReveal(revealInFileManager);
 
@@ -220,6 +235,12 @@ int runApplication(int argc, char *argv[])
         return toastUi->runCommand(action, duration);
     };
     control.status = [&state, &shortcuts, downloads] { return statusReport(state, shortcuts, downloads); };
+    // Only on Wayland are the commands what stands in for the shortcuts.
+    if (session.type == SessionType::wayland) {
+        control.onCommandFromKeyBinding = [&state](const QString &action) {
+            state.permissions().noteCommandFromKeyBinding(action);
+        };
+    }
     control.exportOnSessionBus();
 
     CleanupService &cleanup = state.cleanupService();
@@ -234,7 +255,9 @@ int runApplication(int argc, char *argv[])
         .reveal = {},
         .loginItem = &state.loginItem(),
         .thumbnails = &ThumbnailCache::shared(),
+        .filesInUse = [&cleanup] { return cleanup.filesInUse(); },
     });
+    cleanup.setInUseObserver([&popover] { popover.refresh(); });
     // The popover and the toast follow the store: every committed change asks them to read
     // again (a file kept from the bus leaves its toast).
     ToastController &toastController = toastUi->controller();
@@ -296,6 +319,7 @@ int runApplication(int argc, char *argv[])
     // No timer may fire into a worker while the services and their workers go away.
     scheduler.shutdown();
     state.trackedFileActor().call([](TrackedFileStore &s) { s.setChangeObserver({}); }).wait();
+    cleanup.setInUseObserver({});
     return status;
 }
 

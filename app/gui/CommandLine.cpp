@@ -33,6 +33,8 @@ const char usageText[] = "usage: dowsel                      start Dowsel (or sh
                          "       dowsel keep FILE [DURATION] keep FILE as temporary (default expiry, or e.g. 2h)\n"
                          "       dowsel dismiss FILE         keep FILE for good\n"
                          "       dowsel trash FILE           move FILE to the Trash now\n"
+                         "       dowsel restore FILE         put back FILE (its path or name) that Dowsel moved\n"
+                         "                                   to the Trash\n"
                          "       dowsel toast ACTION         act on the toast that is showing: keep, keep-for\n"
                          "                                   DURATION, time, move, more, open, copy, share,\n"
                          "                                   delete, trash-copy, dismiss (bind these where keys\n"
@@ -125,6 +127,15 @@ int status(QDBusInterface &dowsel)
     if (!text("shortcutsReason").isEmpty())
         shortcuts += QStringLiteral(": ") + text("shortcutsReason");
     printLine(QStringLiteral("Shortcuts granted:  ") + shortcuts);
+    // On X11 the grabs are all there is; on Wayland, which of the portal and the commands.
+    if (text("session") == u"wayland" && !text("shortcutsVia").isEmpty()) {
+        QString via = text("shortcutsVia");
+        if (!text("shortcutsHow").isEmpty())
+            via += QStringLiteral(" (") + text("shortcutsHow") + QLatin1Char(')');
+        printLine(QStringLiteral("Shortcuts through:  ") + via);
+    }
+    if (!text("portal").isEmpty() && text("portal") != u"not used")
+        printLine(QStringLiteral("Shortcuts portal:   ") + text("portal"));
     QStringList held;
     for (const QJsonValue &combination : status.value(QStringLiteral("shortcutsHeldByOthers")).toArray())
         held << combination.toString();
@@ -144,6 +155,30 @@ int toast(QDBusInterface &dowsel, const QString &action, const QString &duration
         printLine(QStringLiteral("dowsel: ") + reply.errorMessage(), stderr);
         return 1;
     }
+    return 0;
+}
+
+// A bare name is looked up among the names of what Dowsel trashed; anything with a slash is
+// a path, made absolute.
+int restore(QDBusInterface &dowsel, const QByteArray &file)
+{
+    const QByteArray named = file.contains('/') ? absolutePath(file.constData()) : file;
+    const QDBusMessage reply = dowsel.call(QStringLiteral("Restore"), named);
+    if (reply.type() == QDBusMessage::ErrorMessage) {
+        printLine(QStringLiteral("dowsel: ") + reply.errorMessage(), stderr);
+        return 1;
+    }
+    const QByteArray restored = reply.arguments().value(0).toByteArray();
+    if (restored.isEmpty()) {
+        printLine(QStringLiteral("dowsel: Dowsel gave no answer about where %1 is").arg(QFile::decodeName(file)), stderr);
+        return 1;
+    }
+    const QByteArray originalName = named.mid(named.lastIndexOf('/') + 1);
+    const QByteArray restoredName = restored.mid(restored.lastIndexOf('/') + 1);
+    if (restoredName != originalName)
+        printLine(QStringLiteral("%1 is taken: put back as %2").arg(QFile::decodeName(named), QFile::decodeName(restored)));
+    else
+        printLine(QStringLiteral("Put back %1").arg(QFile::decodeName(restored)));
     return 0;
 }
 
@@ -178,7 +213,7 @@ int runCommandLine(int argc, char *argv[])
         return 0;
     }
     if (command != "list" && command != "keep" && command != "dismiss" && command != "trash" && command != "toast"
-        && command != "status")
+        && command != "status" && command != "restore")
         return refuse(QStringLiteral("unknown command %1").arg(QString::fromLocal8Bit(command)));
     const std::size_t count = operands.size();
     if (command == "toast") {
@@ -205,6 +240,9 @@ int runCommandLine(int argc, char *argv[])
         return status(dowsel);
     if (command == "toast")
         return toast(dowsel, QString::fromLocal8Bit(operands[1]), count > 2 ? QString::fromLocal8Bit(operands[2]) : QString());
+
+    if (command == "restore")
+        return restore(dowsel, operands[1]);
 
     const QByteArray path = absolutePath(operands[1].constData());
     const QString name = QFile::decodeName(path.mid(path.lastIndexOf('/') + 1));

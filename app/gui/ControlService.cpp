@@ -1,5 +1,6 @@
 #include "app/gui/ControlService.h"
 
+#include "app/ShortcutCommands.h"
 #include "core/PosixFiles.h"
 #include "core/Tags.h"
 #include "expiry/CleanupService.h"
@@ -9,6 +10,7 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDBusReply>
 #include <QDateTime>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -37,6 +39,9 @@ QString notSavedText()
 }
 const QString errorTrashRefused = QStringLiteral("app.dowsel.Error.TrashRefused");
 const QString errorNotDone = QStringLiteral("app.dowsel.Error.NotDone");
+
+const QString errorNotInTrash = QStringLiteral("app.dowsel.Error.NotInTrash");
+const QString errorRestoreFailed = QStringLiteral("app.dowsel.Error.RestoreFailed");
 
 const QString errorNoToast = QStringLiteral("app.dowsel.Error.NoToast");
 const QString errorToastBusy = QStringLiteral("app.dowsel.Error.ToastBusy");
@@ -247,6 +252,45 @@ void ControlService::Trash(const QByteArray &path)
     });
 }
 
+QByteArray ControlService::Restore(const QByteArray &file)
+{
+    if (file.isEmpty() || file.contains('\0')) {
+        sendErrorReply(errorBadPath, QStringLiteral("%1: not a file name").arg(displayText(file.left(file.indexOf('\0')))));
+        return {};
+    }
+    setDelayedReply(true);
+    const QDBusMessage request = message();
+    struct Outcome {
+        bool found = false;
+        TrackedFileStore::PutBack putBack;
+    };
+    m_store.call(
+        [file](TrackedFileStore &store) {
+            const auto trashed = store.findTrashed(file);
+            if (!trashed)
+                return Outcome{};
+            return Outcome{true, store.putBack(trashed->id)};
+        },
+        m_main,
+        [request, file](const Outcome &outcome) {
+            QDBusConnection bus = QDBusConnection::sessionBus();
+            if (!outcome.found) {
+                bus.send(request.createErrorReply(
+                    errorNotInTrash, QStringLiteral("%1: Dowsel moved nothing by that name to the Trash that is still "
+                                                    "there (it may have been emptied, restored, or trashed by "
+                                                    "another program)")
+                                         .arg(displayText(file))));
+            } else if (!outcome.putBack.error.isEmpty()) {
+                bus.send(request.createErrorReply(
+                    errorRestoreFailed, QStringLiteral("cannot put back %1: %2; it stays in the Trash")
+                                            .arg(displayText(fileNameOf(file)), outcome.putBack.error)));
+            } else {
+                bus.send(request.createReply(QVariant(outcome.putBack.path)));
+            }
+        });
+    return {};
+}
+
 void ControlService::Toast(const QString &action, const QString &duration)
 {
     const auto shortcut = toastAction(action);
@@ -267,6 +311,7 @@ void ControlService::Toast(const QString &action, const QString &duration)
         }
         interval = parsed->interval;
     }
+    noteCaller(action);
     if (!runToastCommand) {
         sendErrorReply(errorNoToast, QStringLiteral("no toast is showing"));
         return;
@@ -288,6 +333,19 @@ void ControlService::Toast(const QString &action, const QString &duration)
         sendErrorReply(errorNoCopy, QStringLiteral("the toast shows no copy of a file already in Downloads"));
         return;
     }
+}
+
+void ControlService::noteCaller(const QString &action)
+{
+    if (!onCommandFromKeyBinding || !calledFromDBus())
+        return;
+    // A command typed in a terminal proves nothing about the desktop's key bindings; one that
+    // comes without a terminal is what a desktop runs for a key.
+    const QDBusReply<uint> pid = connection().interface()->servicePid(message().service());
+    if (!pid.isValid())
+        return;
+    if (processHasTerminal(qint64(pid.value())) == false)
+        onCommandFromKeyBinding(action);
 }
 
 QString ControlService::Status()

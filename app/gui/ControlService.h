@@ -42,6 +42,9 @@ public:
     std::function<std::optional<CommandRefusal>(ShortcutAction, std::optional<Seconds>)> runToastCommand;
     // What Status() reports.
     std::function<QJsonObject()> status;
+    // A Toast() whose caller has no terminal, as a desktop's key binding runs it: `action`
+    // is the command's action ("keep").
+    std::function<void(const QString &action)> onCommandFromKeyBinding;
 
 public Q_SLOTS:
     // JSON array of every tracked file: path, name, state, size and dates (ISO 8601).
@@ -53,6 +56,9 @@ public Q_SLOTS:
     // Moves the tracked item at `path` to the Trash now; an error, and the item still
     // tracked, when the Trash refuses it.
     void Trash(const QByteArray &path);
+    // Puts back an item Dowsel moved to the Trash, named by its original path or its name;
+    // under a free name beside it when another item has its path. Returns where it is now.
+    QByteArray Restore(const QByteArray &file);
     // Acts on the toast that is up: "keep", "keep-for" (with `duration`), "time", "move",
     // "more", "open", "copy", "share", "delete", "dismiss". An error when no toast is showing.
     void Toast(const QString &action, const QString &duration);
@@ -77,6 +83,7 @@ private:
     // Finds the record of the item that `path` names, exactly, on the store's worker and runs
     // `then` there with its id; replies with an error when there is none.
     void withRecord(const QByteArray &path, std::function<Answer(TrackedFileStore &, RecordId)> then);
+    void noteCaller(const QString &action);
 
     TrackedFileActor &m_store;
     CleanupService &m_cleanup;

@@ -1,8 +1,10 @@
 #include "onboarding/gui/OnboardingIslandView.h"
 
+#include "core/Session.h"
 #include "toast/IslandLayout.h"
 #include "toast/gui/DynamicIslandToastView.h"
 #include "toast/gui/SurfaceStyle.h"
+#include "ui/ShortcutCommandsList.h"
 
 #include <QCoreApplication>
 #include <QGraphicsOpacityEffect>
@@ -148,9 +150,16 @@ void OnboardingIslandView::render(const OnboardingContent &content, int shownIte
         widget->show(); // the layout alone would show it only on the next event-loop pass
     }
     m_badges->setVisible(!content.badges.empty());
+    if (content.showsCommands && !m_commands) {
+        m_commands = new ShortcutCommandsList(currentCommandProgram(), currentSession().desktop,
+                                              ShortcutCommandsList::Look::island, m_extras);
+        static_cast<QVBoxLayout *>(m_extras->layout())->insertWidget(1, m_commands);
+    }
+    if (m_commands)
+        m_commands->setVisible(content.showsCommands);
     m_message->setText(content.message.value_or(QString()));
     m_message->setVisible(content.message.has_value());
-    m_extras->setVisible(!content.badges.empty() || content.message.has_value());
+    m_extras->setVisible(!content.badges.empty() || content.message.has_value() || content.showsCommands);
 
     m_dots->setCurrent(content.stepIndex);
     m_skip->setText(QCoreApplication::translate("Onboarding", "Skip for now"));

@@ -13,6 +13,7 @@ class QPushButton;
 
 namespace dowsel {
 
+class ShortcutCommandsList;
 class StepDots;
 
 // The onboarding's content in the black island: header icon, title, body, the step's badges
@@ -32,6 +33,8 @@ public:
     QPainterPath islandOutline() const;
 
     QPushButton *primaryButton() const { return m_primary; }
+    // The commands to bind, once a step has shown them; null before.
+    ShortcutCommandsList *commandsList() const { return m_commands; }
 
 Q_SIGNALS:
     void primaryClicked();
@@ -52,6 +55,7 @@ private:
     QWidget *m_extras;
     QWidget *m_badges;
     QLabel *m_message;
+    ShortcutCommandsList *m_commands = nullptr;
     QWidget *m_buttons;
     StepDots *m_dots;
     QPushButton *m_skip;

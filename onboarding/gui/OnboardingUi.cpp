@@ -41,8 +41,9 @@ OnboardingUi::OnboardingUi(Services services) : m_services(std::move(services))
 
     // The hint's buttons, like every view callback, act in a main-thread task.
     toast.host().setHintContent([this, &controller = toast.controller()](HintPhase phase) -> QWidget * {
-        const HintContent content =
-            hintContent(phase, expiryLabel(m_services.preferences), controller.demoMarkedTemporary());
+        const HintContent content = hintContent(phase, expiryLabel(m_services.preferences),
+                                                controller.demoMarkedTemporary(),
+                                                m_services.permissions.shortcutsGrant().route);
         qCDebug(lcOnboarding).noquote() << "hint: " + content.headline + " " + content.body;
         auto *view = new OnboardingHintView(content);
         const QPointer<ToastController> alive = &controller;

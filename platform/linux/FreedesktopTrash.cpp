@@ -132,6 +132,38 @@ QByteArray mountPoint(QByteArray directory, dev_t device)
     return directory;
 }
 
+// The folder that relative Path= values of a volume's Trash start from: the parent of
+// ".Trash-$uid", or of ".Trash" for "$topdir/.Trash/$uid". Empty for the home Trash.
+QByteArray topdirOf(const QByteArray &directory)
+{
+    const QByteArray uid = QByteArray::number(::getuid());
+    const QByteArray name = fileNameOf(directory);
+    const QByteArray parent = parentPath(directory);
+    if (name == ".Trash-" + uid)
+        return parent.isEmpty() ? QByteArray("/") : parent;
+    if (name == uid && fileNameOf(parent) == ".Trash") {
+        const QByteArray top = parentPath(parent);
+        return top.isEmpty() ? QByteArray("/") : top;
+    }
+    return {};
+}
+
+std::optional<QByteArray> readSmallFile(const QByteArray &path)
+{
+    const int fd = ::open(path.constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0)
+        return std::nullopt;
+    QByteArray content;
+    char buffer[4096];
+    ssize_t count = 0;
+    while (content.size() < 65536 && (count = ::read(fd, buffer, sizeof buffer)) > 0)
+        content.append(buffer, count);
+    ::close(fd);
+    if (count < 0)
+        return std::nullopt;
+    return content;
+}
+
 } // namespace
 
 FreedesktopTrash::FreedesktopTrash(QByteArray dataHome) : m_dataHome(std::move(dataHome)) {}
@@ -191,6 +223,13 @@ std::optional<FreedesktopTrash::Location> FreedesktopTrash::topdirTrash(const QB
 
 std::optional<QString> FreedesktopTrash::moveToTrash(const QByteArray &path)
 {
+    return trashItem(path, nullptr);
+}
+
+std::optional<QString> FreedesktopTrash::trashItem(const QByteArray &path, TrashEntry *made)
+{
+    if (made)
+        *made = {};
     if (path.isEmpty())
         return QStringLiteral("empty path");
     QByteArray absolute = path.startsWith('/') ? path : currentDirectory() + '/' + path;
@@ -207,7 +246,7 @@ std::optional<QString> FreedesktopTrash::moveToTrash(const QByteArray &path)
         return QStringLiteral("cannot use the Trash (") + error + QLatin1Char(')');
     struct stat homeStatus {};
     if (::stat(home->directory.constData(), &homeStatus) == 0 && homeStatus.st_dev == item.st_dev)
-        return moveInto(*home, absolute);
+        return moveInto(*home, absolute, made);
 
     // Another volume. Its entries are named relative to its mount point, so the folder is
     // resolved first (the item itself stays unresolved: a link is trashed as a link).
@@ -218,10 +257,11 @@ std::optional<QString> FreedesktopTrash::moveToTrash(const QByteArray &path)
     const auto volumeTrash = topdirTrash(mountPoint(folder, item.st_dev), &error);
     if (!volumeTrash)
         return QStringLiteral("no usable Trash on this volume (") + error + QLatin1Char(')');
-    return moveInto(*volumeTrash, realPath);
+    return moveInto(*volumeTrash, realPath, made);
 }
 
-std::optional<QString> FreedesktopTrash::moveInto(const Location &trash, const QByteArray &absolutePath)
+std::optional<QString> FreedesktopTrash::moveInto(const Location &trash, const QByteArray &absolutePath,
+                                                  TrashEntry *made)
 {
     const QByteArray name = fileNameOf(absolutePath);
     QByteArray pathValue = absolutePath;
@@ -251,6 +291,8 @@ std::optional<QString> FreedesktopTrash::moveInto(const Location &trash, const Q
         }
         if (renameNoReplace(absolutePath, filesPath) == 0) {
             qCDebug(lcTrash).noquote() << "trashed" << displayText(absolutePath) << "as" << displayText(filesPath);
+            if (made)
+                *made = TrashEntry{trash.directory, trashName};
             return std::nullopt;
         }
         const int renameError = errno;
@@ -259,6 +301,65 @@ std::optional<QString> FreedesktopTrash::moveInto(const Location &trash, const Q
             return errnoText(renameError);
     }
     return QStringLiteral("the Trash already holds too many items named ") + displayText(name);
+}
+
+std::optional<QByteArray> FreedesktopTrash::originalPath(const TrashEntry &entry)
+{
+    if (!entry.isValid())
+        return std::nullopt;
+    struct stat item {};
+    if (::lstat(entry.itemPath().constData(), &item) != 0)
+        return std::nullopt;
+    const auto content = readSmallFile(entry.infoPath());
+    if (!content)
+        return std::nullopt;
+    bool inSection = false;
+    for (const QByteArray &rawLine : content->split('\n')) {
+        const QByteArray line = rawLine.trimmed();
+        if (line.startsWith('['))
+            inSection = line == "[Trash Info]";
+        else if (inSection && line.startsWith("Path=")) {
+            const QByteArray value = QByteArray::fromPercentEncoding(line.mid(5));
+            if (value.isEmpty())
+                return std::nullopt;
+            if (value.startsWith('/'))
+                return value;
+            const QByteArray topdir = topdirOf(entry.directory);
+            if (topdir.isEmpty())
+                return std::nullopt; // a relative path means nothing in the home Trash
+            return (topdir == "/" ? QByteArray() : topdir) + '/' + value;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<QString> FreedesktopTrash::restore(const TrashEntry &entry, const QByteArray &target, bool *clash)
+{
+    if (clash)
+        *clash = false;
+    if (!entry.isValid() || target.isEmpty())
+        return QStringLiteral("nothing to put back");
+    const QByteArray item = entry.itemPath();
+    if (renameNoReplace(item, target) != 0) {
+        const int error = errno;
+        if (error == EEXIST && clash)
+            *clash = true;
+        if (error == ENOENT) {
+            struct stat status {};
+            if (::lstat(item.constData(), &status) != 0)
+                return QStringLiteral("it is no longer in the Trash");
+            return QStringLiteral("its folder %1 is gone").arg(displayText(parentPath(target)));
+        }
+        if (error == EXDEV)
+            return QStringLiteral("%1 is on another drive than the Trash that holds it").arg(displayText(target));
+        return describe(target, error);
+    }
+    if (::unlink(entry.infoPath().constData()) != 0 && errno != ENOENT) {
+        qCWarning(lcTrash).noquote() << "put back" << displayText(target) << "but could not remove"
+                                     << describe(entry.infoPath());
+    }
+    qCDebug(lcTrash).noquote() << "put back" << displayText(item) << "as" << displayText(target);
+    return std::nullopt;
 }
 
 } // namespace dowsel

@@ -23,6 +23,10 @@ public:
     explicit FreedesktopTrash(QByteArray dataHome = defaultDataHome());
 
     std::optional<QString> moveToTrash(const QByteArray &path) override;
+    std::optional<QString> trashItem(const QByteArray &path, TrashEntry *made) override;
+    // Path= of the entry's .trashinfo, made absolute again for a volume's own Trash.
+    std::optional<QByteArray> originalPath(const TrashEntry &entry) override;
+    std::optional<QString> restore(const TrashEntry &entry, const QByteArray &target, bool *clash) override;
 
     static QByteArray defaultDataHome();
 
@@ -39,7 +43,8 @@ public:
     // Moves the item at `absolutePath` into `trash` under a name not yet used there: the
     // .trashinfo file is created exclusively first, then the item is renamed next to it; if
     // the rename fails the info file is removed again. Returns the error, if any.
-    static std::optional<QString> moveInto(const Location &trash, const QByteArray &absolutePath);
+    static std::optional<QString> moveInto(const Location &trash, const QByteArray &absolutePath,
+                                           TrashEntry *made = nullptr);
 
 private:
     std::optional<Location> homeTrash(QString *error) const;

@@ -1,5 +1,8 @@
 // Stands in for the desktop's GlobalShortcuts portal on the end-to-end session bus. With
-// --decline the user declines the binding. A test fires a shortcut with
+// --decline the user declines the binding; with --assign-later the binding succeeds without
+// keys, as on KDE Plasma 5.27, until
+//   dbus-send --session --dest=org.freedesktop.portal.Desktop /fake app.dowsel.FakePortal.AssignKeys
+// A test fires a shortcut with
 //   dbus-send --session --dest=org.freedesktop.portal.Desktop /fake app.dowsel.FakePortal.Activate string:keep
 // which sends Activated, then Deactivated, for the session Dowsel created.
 #include "../gui/FakePortal.h"
@@ -19,6 +22,11 @@ public:
 
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &) override
     {
+        if (message.member() == u"AssignKeys") {
+            m_portal.emitShortcutsChanged(true);
+            m_bus.send(message.createReply());
+            return true;
+        }
         if (message.member() != u"Activate")
             return false;
         const QString id = message.arguments().value(0).toString();
@@ -43,6 +51,7 @@ int main(int argc, char *argv[])
     QDBusConnection bus = QDBusConnection::sessionBus();
     fakeportal::FakePortal portal(bus);
     portal.userDeclines = argc > 1 && std::strcmp(argv[1], "--decline") == 0;
+    portal.assignsKeysLater = argc > 1 && std::strcmp(argv[1], "--assign-later") == 0;
     Control control(bus, portal);
     if (!bus.registerVirtualObject(fakeportal::portalPath, &portal) || !bus.registerVirtualObject(QStringLiteral("/fake"), &control)
         || !bus.registerService(QStringLiteral("org.freedesktop.portal.Desktop"))) {

@@ -72,8 +72,9 @@ public:
             boundSession = message.arguments().value(0).value<QDBusObjectPath>().path();
             message.arguments().value(1).value<QDBusArgument>() >> requested;
             response = userDeclines ? 1 : 0;
+            // KDE Plasma 5.27 answers with no shortcuts and lets the user assign keys later.
             if (!userDeclines)
-                results[QStringLiteral("shortcuts")] = QVariant::fromValue(requested);
+                results[QStringLiteral("shortcuts")] = QVariant::fromValue(assignsKeysLater ? QList<Shortcut>() : requested);
         } else {
             return false;
         }
@@ -91,6 +92,15 @@ public:
         m_bus.send(signal);
     }
 
+    // The user gave the shortcuts keys in the desktop's settings (or took them away).
+    void emitShortcutsChanged(bool withKeys)
+    {
+        QDBusMessage signal = QDBusMessage::createSignal(portalPath, portalInterface, QStringLiteral("ShortcutsChanged"));
+        signal << QVariant::fromValue(QDBusObjectPath(session))
+               << QVariant::fromValue(withKeys ? requested : QList<Shortcut>());
+        m_bus.send(signal);
+    }
+
     QString preferredTrigger(const QString &id) const
     {
         for (const Shortcut &shortcut : requested) {
@@ -101,6 +111,7 @@ public:
     }
 
     bool userDeclines = false;
+    bool assignsKeysLater = false;
     bool sessionHandleAsObjectPath = false;
     int sessionsCreated = 0;
     int bindCalls = 0;

@@ -10,6 +10,7 @@
 #include <QApplication>
 #include <QMouseEvent>
 
+#include <ctime>
 #include <mutex>
 
 namespace dowsel::testing {
@@ -25,8 +26,8 @@ protected:
         ASSERT_EQ(::mkdir(downloads.constData(), 0755), 0);
         prefs.setValue(prefkeys::hasCompletedOnboarding, true);
         QString error;
-        auto store = TrackedFileStore::open(dir.path() + QStringLiteral("/data/Sivra.sqlite"), clock, prefs, trash,
-                                            &error);
+        auto store = TrackedFileStore::open(dir.path() + QStringLiteral("/data/Sivra.sqlite"), clock, prefs,
+                                            storeTrash ? *storeTrash : trash, &error);
         ASSERT_TRUE(store) << error.toStdString();
         actor = std::make_unique<TrackedFileActor>(worker, std::move(store));
         permissions = std::make_unique<PermissionsManager>(prefs, downloads);
@@ -39,6 +40,10 @@ protected:
         };
         services.blockedShortcuts = [] { return QStringList{QStringLiteral("Super+Shift+T")}; };
         services.reveal = [this](const QByteArray &path) { revealed.append(path); };
+        services.filesInUse = [this] {
+            std::lock_guard lock(mutex);
+            return inUse;
+        };
         loginItem = std::make_unique<LoginItem>(prefs, QStringLiteral("/usr/bin/dowsel"), autostartEntry());
         services.loginItem = loginItem.get();
         popover = std::make_unique<PopoverWindow>(std::move(services));
@@ -113,9 +118,11 @@ protected:
 
     QTemporaryDir dir;
     QByteArray downloads;
-    VirtualClock clock;
+    // Now, so that files made by a test are new ones, not old files left in Downloads.
+    VirtualClock clock{double(std::time(nullptr))};
     MemoryPreferences prefs;
     RecordingTrash trash;
+    Trash *storeTrash = nullptr; // the store's Trash, when not `trash`: set it in the constructor
     WorkerThread worker{"store"};
     std::unique_ptr<TrackedFileActor> actor;
     std::unique_ptr<PermissionsManager> permissions;
@@ -124,6 +131,7 @@ protected:
     std::unique_ptr<PopoverWindow> popover;
     std::mutex mutex;
     std::vector<std::pair<RecordId, Date>> scheduled; // guarded by mutex
+    std::vector<RecordId> inUse;                      // guarded by mutex
     QByteArrayList revealed;
 };
 

@@ -6,6 +6,10 @@
 #include "onboarding/gui/OnboardingIsland.h"
 #include "onboarding/gui/OnboardingIslandView.h"
 #include "toast/gui/FloatingPanel.h"
+#include "ui/ShortcutCommandsList.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
 
 #include <QGraphicsOpacityEffect>
 #include <QLabel>
@@ -138,6 +142,44 @@ TEST_F(OnboardingIslandTest, SkipButtonLeavesTheShortcutsStepAndTheIslandHidesFo
     QTest::mouseClick(button("Test it now"), Qt::LeftButton);
     EXPECT_FALSE(island->panel().isVisible());
     EXPECT_TRUE(controller->isActionDemoActive());
+}
+
+TEST_F(OnboardingIslandTest, OnWaylandWithoutThePortalTheIslandListsTheCommandsToBind)
+{
+    Session wayland;
+    wayland.type = SessionType::wayland;
+    PortalStatus portal{PortalAnswer::waiting, {}};
+    permissions->setSession(wayland);
+    permissions->setPortalCheck([&portal] { return portal; });
+    flow->start();
+    flow->setStep(OnboardingStep::accessibility);
+    clock.advance(1);
+    EXPECT_TRUE(visibleTexts().contains("Super+Shift+T")) << "the keys Dowsel asks the portal for";
+    EXPECT_TRUE(island->view().commandsList() == nullptr || !island->view().commandsList()->isVisibleTo(&island->panel()));
+
+    // The portal turns out missing while the step shows: the step changes to the commands.
+    portal.answer = PortalAnswer::missing;
+    permissions->refresh();
+    clock.advance(1);
+    EXPECT_FALSE(visibleTexts().contains("Super+Shift+T"));
+    ShortcutCommandsList *list = island->view().commandsList();
+    ASSERT_NE(list, nullptr);
+    EXPECT_TRUE(list->isVisibleTo(&island->panel()));
+    EXPECT_EQ(list->confirmBox(), nullptr) << "the island's own button is the user's word";
+    QPushButton *copy = list->copyButton(QStringLiteral("move"));
+    ASSERT_NE(copy, nullptr);
+    QTest::mouseClick(copy, Qt::LeftButton);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), currentCommandProgram() + QStringLiteral(" toast move"));
+    EXPECT_EQ(copy->text(), QStringLiteral("Copied"));
+    EXPECT_LE(island->view().height(), QGuiApplication::primaryScreen()->geometry().height() / 2)
+        << "the list fits the island";
+
+    QPushButton *bound = button("I've Bound Them");
+    ASSERT_NE(bound, nullptr);
+    QTest::mouseClick(bound, Qt::LeftButton);
+    EXPECT_TRUE(permissions->hasAccessibility());
+    clock.advance(0.2);
+    EXPECT_NE(button("Commands bound"), nullptr);
 }
 
 TEST_F(OnboardingIslandTest, EveryStateShowsItsWholeText)

@@ -9,7 +9,9 @@
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusVirtualObject>
+#include <QFile>
 #include <QProcess>
+#include <QTemporaryFile>
 #include <QTest>
 #include <QTimer>
 
@@ -28,8 +30,18 @@ protected:
     {
         qDBusRegisterMetaType<Shortcut>();
         qDBusRegisterMetaType<QList<Shortcut>>();
-        m_daemon.start(QStringLiteral("dbus-daemon"),
-                       {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address=1")});
+        // No service directories: a portal installed on the machine must not answer for a
+        // missing one.
+        QFile standard(QStringLiteral("/usr/share/dbus-1/session.conf"));
+        ASSERT_TRUE(standard.open(QIODevice::ReadOnly)) << "no session bus configuration";
+        ASSERT_TRUE(m_config.open());
+        for (const QByteArray &line : standard.readAll().split('\n')) {
+            if (!line.contains("standard_session_servicedirs") && !line.contains("<include"))
+                m_config.write(line + '\n');
+        }
+        m_config.close();
+        m_daemon.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--config-file=") + m_config.fileName(),
+                                                       QStringLiteral("--nofork"), QStringLiteral("--print-address=1")});
         ASSERT_TRUE(m_daemon.waitForReadyRead(10000)) << "dbus-daemon did not start";
         m_address = QString::fromUtf8(m_daemon.readLine()).trimmed();
         ASSERT_FALSE(m_address.isEmpty());
@@ -70,6 +82,7 @@ protected:
     std::vector<KeyCombination> pressed;
 
 private:
+    QTemporaryFile m_config;
     QProcess m_daemon;
     QString m_address;
 };
@@ -173,6 +186,30 @@ TEST_F(PortalShortcutsTest, AMissingPortalOrADecliningUserLeavesTheShortcutsUnav
     EXPECT_EQ(client->state(), PortalKeyGrabber::State::declined);
     EXPECT_FALSE(client->isAvailable());
     EXPECT_EQ(portal->bindCalls, 1);
+}
+
+TEST_F(PortalShortcutsTest, ShortcutsTakenWithoutKeysWaitForTheUserToAssignThem)
+{
+    startPortal();
+    portal->assignsKeysLater = true;
+    startClient();
+    EXPECT_EQ(client->state(), PortalKeyGrabber::State::unassigned);
+    EXPECT_FALSE(client->isAvailable()) << "a success with no shortcuts binds no key";
+    client->grab({keepKeys});
+    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("keep"));
+    settle();
+    EXPECT_TRUE(pressed.empty());
+
+    const int before = stateChanges;
+    portal->emitShortcutsChanged(true);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return client->isAvailable(); }, 5000)) << "the keys the user assigned";
+    EXPECT_EQ(stateChanges, before + 1);
+    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("keep"));
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !pressed.empty(); }, 5000));
+
+    portal->emitShortcutsChanged(false);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !client->isAvailable(); }, 5000)) << "the user took the keys away";
+    EXPECT_EQ(client->state(), PortalKeyGrabber::State::unassigned);
 }
 
 } // namespace

@@ -242,6 +242,90 @@ TEST_F(OnboardingTest, WithoutAKeyHookTheStepSaysSoAndSkipLeadsOn)
     EXPECT_EQ(flow->state().status, Status::idle);
 }
 
+// A Wayland session whose portal answers as `answer` (changed by the test as it goes).
+struct WaylandPortal {
+    explicit WaylandPortal(PermissionsManager &permissions)
+    {
+        Session session;
+        session.type = SessionType::wayland;
+        permissions.setSession(session);
+        permissions.setPortalCheck([this] { return PortalStatus{answer, {}}; });
+    }
+    PortalAnswer answer = PortalAnswer::waiting;
+};
+
+TEST_F(OnboardingTest, OnWaylandThePortalIsAwaitedAndOnlyItsKeysGrantTheStep)
+{
+    WaylandPortal portal(*permissions);
+    shortcuts = {true, {}}; // the Xwayland grabs would succeed: they must not be asked
+    flow->start();
+    flow->setStep(OnboardingStep::accessibility);
+    EXPECT_TRUE(flow->content().body.contains("Your desktop binds them"));
+    EXPECT_FALSE(flow->content().showsCommands);
+    flow->primary();
+    EXPECT_EQ(flow->state().status, Status::requesting);
+    EXPECT_EQ(flow->content().primary.title, "Waiting for your desktop…");
+    clock.advance(2);
+    EXPECT_EQ(flow->state().status, Status::requesting);
+
+    // KDE Plasma 5.27: taken, but without keys. The commands are offered in their place.
+    portal.answer = PortalAnswer::unassigned;
+    clock.advance(0.5);
+    EXPECT_EQ(flow->state().status, Status::idle);
+    EXPECT_FALSE(flow->isPolling());
+    EXPECT_TRUE(flow->content().showsCommands);
+    EXPECT_TRUE(flow->content().body.contains("gave them no keys"));
+    EXPECT_FALSE(permissions->hasAccessibility());
+
+    portal.answer = PortalAnswer::bound; // the desktop reported keys after all
+    EXPECT_FALSE(flow->content().showsCommands);
+    flow->primary();
+    EXPECT_EQ(flow->state().status, Status::granted);
+    EXPECT_EQ(flow->content().primary.title, "Shortcuts active");
+    EXPECT_TRUE(permissions->hasAccessibility());
+    EXPECT_FALSE(permissions->commandsConfirmed()) << "the portal's keys, not the user's word";
+    clock.advance(0.9);
+    EXPECT_EQ(flow->state().step, OnboardingStep::tryIt);
+    EXPECT_EQ(shortcutChecks, 0);
+}
+
+TEST_F(OnboardingTest, WithoutThePortalTheStepListsTheCommandsAndTheUsersWordGrantsIt)
+{
+    WaylandPortal portal(*permissions);
+    portal.answer = PortalAnswer::missing;
+    flow->start();
+    flow->setStep(OnboardingStep::accessibility);
+    OnboardingContent content = flow->content();
+    EXPECT_TRUE(content.showsCommands);
+    EXPECT_TRUE(content.badges.empty()) << "keys that do not reach Dowsel are not offered";
+    EXPECT_TRUE(content.body.contains("doesn't let Dowsel set up its own shortcuts"));
+    EXPECT_EQ(content.primary.title, "I've Bound Them");
+    EXPECT_TRUE(content.showsSkip);
+    EXPECT_EQ(content.openSettings.has_value(),
+              permissions->canOpenSystemSettings(PermissionsManager::Permission::shortcuts))
+        << "the keyboard settings, where the commands are bound, wherever the desktop has them";
+
+    portal.answer = PortalAnswer::declined;
+    EXPECT_TRUE(flow->content().body.contains("You declined"));
+
+    flow->primary();
+    EXPECT_EQ(flow->state().status, Status::granted);
+    EXPECT_EQ(flow->content().primary.title, "Commands bound");
+    EXPECT_FALSE(flow->content().openSettings.has_value());
+    EXPECT_TRUE(permissions->commandsConfirmed());
+    EXPECT_TRUE(permissions->hasAccessibility());
+    clock.advance(0.9);
+    EXPECT_EQ(flow->state().step, OnboardingStep::tryIt);
+    EXPECT_EQ(shortcutChecks, 0);
+
+    // Skipping instead leaves the shortcuts not granted.
+    permissions->setCommandsConfirmed(false);
+    flow->setStep(OnboardingStep::accessibility);
+    flow->secondary();
+    EXPECT_EQ(flow->state().step, OnboardingStep::tryIt);
+    EXPECT_FALSE(permissions->hasAccessibility());
+}
+
 TEST_F(OnboardingTest, SkippingShortcutsNeverTriesTheGrabs)
 {
     walkToTryIt();
@@ -466,6 +550,41 @@ TEST(OnboardingTexts, HintFollowsItsPhase)
     EXPECT_EQ(
         left.body, "Your practice file is all yours — keep it, move it, or toss it whenever. You're ready to go.");
     EXPECT_EQ(kept.concludedDismissTitle, "All right");
+}
+
+TEST(OnboardingTexts, TheShortcutsStepAndTheHintSpeakOfTheSessionsRoute)
+{
+    OnboardingState state = stateAt(OnboardingStep::accessibility, Status::idle);
+    const OnboardingContent grabs = onboardingContent(state);
+    EXPECT_TRUE(grabs.body.contains("no other program already uses them"));
+    EXPECT_FALSE(grabs.showsCommands);
+    EXPECT_EQ(hintContent(HintPhase::running, QStringLiteral("1 hour"), false).rows[4].keycap, "Esc");
+
+    EXPECT_EQ(grabs.primary.keycap, "Shift+Enter");
+    state.shortcutRoute = ShortcutRoute::portal;
+    const OnboardingContent portal = onboardingContent(state);
+    EXPECT_TRUE(portal.primary.keycap.isEmpty()) << "Shift+Enter is grabbed on X11 only";
+    EXPECT_TRUE(portal.body.contains("Your desktop binds them"));
+    EXPECT_FALSE(portal.body.contains("no other program"));
+    EXPECT_EQ(portal.badges.size(), 3u) << "the keys Dowsel asks the portal for";
+    const HintContent portalHint = hintContent(HintPhase::running, QStringLiteral("1 hour"), false, ShortcutRoute::portal);
+    EXPECT_EQ(portalHint.rows[4].keycap, "Super+Shift+Esc") << "a bare Escape is never bound through the portal";
+    EXPECT_EQ(portalHint.rows[0].keycap, "Super+Shift+T");
+
+    state.shortcutRoute = ShortcutRoute::commands;
+    const OnboardingContent commands = onboardingContent(state);
+    EXPECT_TRUE(commands.showsCommands);
+    EXPECT_TRUE(commands.badges.empty());
+    EXPECT_FALSE(commands.body.contains("Super+"));
+    const HintContent commandsHint =
+        hintContent(HintPhase::countdownEnded, QStringLiteral("1 hour"), false, ShortcutRoute::commands);
+    ASSERT_EQ(commandsHint.rows.size(), 5u);
+    const QStringList expected{"dowsel toast keep", "dowsel toast time", "dowsel toast move", "dowsel toast more",
+                               "dowsel toast dismiss"};
+    for (size_t i = 0; i < commandsHint.rows.size(); ++i)
+        EXPECT_EQ(commandsHint.rows[i].keycap, expected[qsizetype(i)]);
+    EXPECT_EQ(hintContent(HintPhase::running, QStringLiteral("1 hour"), false, ShortcutRoute::commands).headline,
+              "Your practice file is live — try the keys you bound on it.");
 }
 
 // MARK: The practice file on disk

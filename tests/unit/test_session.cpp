@@ -64,17 +64,20 @@ TEST(Session, GrabsOnAWaylandSessionAreNeverReportedAsGranted)
     EXPECT_FALSE(permissions.refresh().first) << "the Xwayland grabs succeeded but reach X11 windows only";
     EXPECT_FALSE(permissions.hasAccessibility());
     EXPECT_EQ(changes, 1);
-    EXPECT_TRUE(permissions.shortcutsUnavailableReason().contains(QStringLiteral("not available on this session")));
-    EXPECT_TRUE(permissions.shortcutsUnavailableReason().contains(QStringLiteral("dowsel toast keep")));
+    EXPECT_TRUE(permissions.shortcutsUnavailableReason().contains(QStringLiteral("no global shortcuts portal")));
+    EXPECT_TRUE(permissions.shortcutsUnavailableReason().contains(QStringLiteral("dowsel toast")));
 
     // Keys bound through the desktop's portal reach Dowsel whatever window has the focus.
-    bool portalBound = false;
-    permissions.setDesktopWideCheck([&portalBound] { return portalBound; });
+    PortalStatus portal{PortalAnswer::waiting, {}};
+    permissions.setPortalCheck([&portal] { return portal; });
     EXPECT_FALSE(permissions.refresh().first);
-    portalBound = true;
+    EXPECT_EQ(changes, 2) << "the reason changed from no portal to waiting for one";
+    portal.answer = PortalAnswer::bound;
     EXPECT_TRUE(permissions.refresh().first);
     EXPECT_TRUE(permissions.shortcutsUnavailableReason().isEmpty());
-    EXPECT_EQ(changes, 2);
+    EXPECT_EQ(changes, 3);
+    EXPECT_TRUE(permissions.refresh().first);
+    EXPECT_EQ(changes, 3) << "nothing changed, nobody is told";
 }
 
 } // namespace

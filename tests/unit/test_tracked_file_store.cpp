@@ -66,7 +66,7 @@ TEST_F(TrackedFileStoreTest, RecordsSurviveReopeningWithExactBytesAndFullInodeRa
     EXPECT_EQ(store->activeIdentity(download(oddName)), FileIdentity{bigInode});
 
     RawConnection raw(databasePath());
-    EXPECT_EQ(raw.text("PRAGMA user_version"), "2");
+    EXPECT_EQ(raw.text("PRAGMA user_version"), "3");
     EXPECT_EQ(raw.text("PRAGMA journal_mode"), "wal");
     EXPECT_EQ(raw.text("SELECT state FROM tracked_file"), "temporary");
 }
@@ -122,10 +122,10 @@ TEST_F(TrackedFileStoreTest, OpenRefusesFilesItCannotUseAndLeavesThemUntouched)
     EXPECT_EQ(RawConnection(foreign).text("SELECT body FROM notes"), "keep me");
 
     const QString newer = dir.path() + QStringLiteral("/newer.sqlite");
-    ASSERT_TRUE(RawConnection(newer).exec("PRAGMA user_version = 3"));
+    ASSERT_TRUE(RawConnection(newer).exec("PRAGMA user_version = 4"));
     error.clear();
     EXPECT_FALSE(TrackedFileStore::open(newer, clock, prefs, trash, &error));
-    EXPECT_TRUE(error.contains(QStringLiteral("schema version 3"))) << error.toStdString();
+    EXPECT_TRUE(error.contains(QStringLiteral("schema version 4"))) << error.toStdString();
 }
 
 TEST_F(TrackedFileStoreTest, AnOlderStoreIsUpgradedInPlaceAndAReusedInodeIsNotTrashedAtLaunch)
@@ -156,7 +156,7 @@ TEST_F(TrackedFileStoreTest, AnOlderStoreIsUpgradedInPlaceAndAReusedInodeIsNotTr
     QString error;
     store = TrackedFileStore::open(oldStore, clock, prefs, trash, &error);
     ASSERT_TRUE(store) << error.toStdString();
-    EXPECT_EQ(RawConnection(oldStore).text("PRAGMA user_version"), "2");
+    EXPECT_EQ(RawConnection(oldStore).text("PRAGMA user_version"), "3");
     EXPECT_EQ(store->record(7)->identity(), kept); // its guard read from the file itself
     EXPECT_EQ(store->record(7)->state, FileState::temporary);
     EXPECT_EQ(store->record(9)->identityGuard, 0);

@@ -73,6 +73,7 @@ public:
     GlobalShortcuts &shortcuts() { return m_shortcuts; }
     // The keys reach Dowsel whatever window has the focus (the desktop's portal bound them).
     bool shortcutsDesktopWide() const { return m_keyGrabber->isDesktopWide() && m_keyGrabber->isAvailable(); }
+    const KeyGrabber &keyGrabber() const { return *m_keyGrabber; }
     // The key hook became available (or not) after the start: the permissions read again.
     std::function<void()> onShortcutsAvailabilityChanged;
     Workspace &workspace() { return *m_workspace; }

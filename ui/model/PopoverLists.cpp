@@ -5,11 +5,13 @@
 #include "app/DownloadsFolder.h"
 #include "core/DownloadOrigin.h"
 #include "core/TrackedFileStore.h"
+#include "platform/Preferences.h"
 
 #include <QDateTime>
 #include <QStringList>
 
 #include <algorithm>
+#include <fcntl.h>
 #include <limits>
 #include <sys/stat.h>
 
@@ -52,7 +54,81 @@ void tracePopoverLists(const std::vector<TrackedFile> &records)
                                         + entries.join(QStringLiteral(", ")) + "]";
 }
 
+// When an item came: the later of its birth (where the file system keeps one) and its last
+// change. A downloader may give a file the server's old date, but its birth is the download.
+std::optional<Date> arrivalOf(const QByteArray &path)
+{
+    struct statx status {};
+    if (::statx(AT_FDCWD, path.constData(), AT_SYMLINK_NOFOLLOW, STATX_MTIME | STATX_BTIME, &status) != 0)
+        return std::nullopt;
+    const auto seconds = [](const struct statx_timestamp &time) { return Date(time.tv_sec) + time.tv_nsec / 1e9; };
+    Date since = seconds(status.stx_mtime);
+    if (status.stx_mask & STATX_BTIME)
+        since = std::max(since, seconds(status.stx_btime));
+    return since;
+}
+
+// The bytes under a folder, looking at no more than `budget` entries in all.
+std::int64_t folderBytes(const QByteArray &folder, int &budget)
+{
+    std::int64_t total = 0;
+    const auto names = listDirectory(folder);
+    if (!names)
+        return 0;
+    for (const QByteArray &name : *names) {
+        if (--budget < 0)
+            break;
+        const QByteArray path = joinPath(folder, name);
+        const auto status = statPath(path);
+        if (!status)
+            continue;
+        total += status->isDirectory ? folderBytes(path, budget) : status->size;
+    }
+    return total;
+}
+
 } // namespace
+
+int backlogAgeDays(const Preferences &prefs)
+{
+    const auto days = prefs.integer(backlogAgeKey);
+    return days && *days >= 1 && *days <= 36500 ? int(*days) : defaultBacklogAgeDays;
+}
+
+std::vector<BacklogFile> backlogOf(const std::vector<TrackedFile> &ignored, Date cutoff)
+{
+    std::vector<BacklogFile> backlog;
+    for (const TrackedFile &record : ignored) {
+        const auto since = arrivalOf(record.filePath);
+        if (!since || *since >= cutoff)
+            continue;
+        const auto status = statPath(record.filePath);
+        if (!status)
+            continue;
+        int budget = 20000;
+        const std::int64_t bytes = status->isDirectory ? folderBytes(record.filePath, budget) : status->size;
+        backlog.push_back({record, bytes, *since});
+    }
+    std::stable_sort(backlog.begin(), backlog.end(),
+                     [](const BacklogFile &a, const BacklogFile &b) { return a.since < b.since; });
+    return backlog;
+}
+
+int makeTemporary(TrackedFileStore &store, const std::vector<RecordId> &ids,
+                  const std::function<void(RecordId, Date)> &schedule)
+{
+    int unsaved = 0;
+    for (RecordId id : ids) {
+        const auto expiry = store.markTemporary(id);
+        if (!expiry) {
+            ++unsaved;
+            continue;
+        }
+        if (schedule)
+            schedule(id, *expiry);
+    }
+    return unsaved;
+}
 
 QString dateDescription(Date date)
 {
@@ -105,15 +181,36 @@ PopoverLists makePopoverLists(std::vector<TrackedFile> records, const QByteArray
     return lists;
 }
 
-PopoverLists fetchPopoverLists(TrackedFileStore &store, const QByteArray &downloadsFolder)
+namespace {
+
+// Where the listed files came from, read from their attributes.
+void addSites(PopoverLists &lists)
 {
-    PopoverLists lists = makePopoverLists(store.allTrackedFiles(), downloadsFolder);
     for (const auto *list : {&lists.temporaryFiles, &lists.ignoredFiles}) {
         for (const TrackedFile &file : *list) {
             if (QString site = downloadSite(file.filePath); !site.isEmpty())
                 lists.sites.emplace(file.id, std::move(site));
         }
     }
+}
+
+} // namespace
+
+PopoverLists fetchPopoverLists(TrackedFileStore &store, const QByteArray &downloadsFolder)
+{
+    PopoverLists lists = makePopoverLists(store.allTrackedFiles(), downloadsFolder);
+    addSites(lists);
+    return lists;
+}
+
+PopoverLists fetchPopoverLists(TrackedFileStore &store, const QByteArray &downloadsFolder, const PopoverFetch &fetch)
+{
+    PopoverLists lists = makePopoverLists(store.allTrackedFiles(), downloadsFolder);
+    lists.trashedFiles = store.trashedFiles(fetch.now - fetch.trashWindow);
+    lists.backlog = backlogOf(lists.ignoredFiles, fetch.now - fetch.backlogAge);
+    for (const BacklogFile &file : lists.backlog)
+        lists.backlogBytes += file.bytes;
+    addSites(lists);
     return lists;
 }
 

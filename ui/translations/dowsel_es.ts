@@ -247,6 +247,38 @@
         <source>Skip for now</source>
         <translation>Omitir por ahora</translation>
     </message>
+    <message>
+        <source>Shortcuts let you keep, move, or clean a download without reaching for the mouse. Your desktop binds them for Dowsel — it may ask you to confirm or change the keys.</source>
+        <translation>Los atajos te permiten conservar, mover o limpiar una descarga sin tocar el ratón. Tu escritorio los asigna para Dowsel; puede pedirte que confirmes o cambies las teclas.</translation>
+    </message>
+    <message>
+        <source>You declined Dowsel&apos;s shortcuts in your desktop&apos;s dialog. To use the keyboard anyway, bind these commands to keys in its keyboard settings — each acts on the toast that is showing.</source>
+        <translation>Rechazaste los atajos de Dowsel en el diálogo de tu escritorio. Para usar el teclado de todos modos, asigna estas órdenes a teclas en sus ajustes de teclado: cada una actúa sobre el aviso que se muestra.</translation>
+    </message>
+    <message>
+        <source>Your desktop took Dowsel&apos;s shortcuts but gave them no keys. Give them keys in its shortcut settings if it lists them, or bind these commands to keys — each acts on the toast that is showing.</source>
+        <translation>Tu escritorio aceptó los atajos de Dowsel pero no les dio teclas. Dales teclas en sus ajustes de atajos si los muestra, o asigna estas órdenes a teclas: cada una actúa sobre el aviso que se muestra.</translation>
+    </message>
+    <message>
+        <source>Your desktop doesn&apos;t let Dowsel set up its own shortcuts. Bind these commands to keys in its keyboard settings — each acts on the toast that is showing.</source>
+        <translation>Tu escritorio no deja que Dowsel configure sus propios atajos. Asigna estas órdenes a teclas en sus ajustes de teclado: cada una actúa sobre el aviso que se muestra.</translation>
+    </message>
+    <message>
+        <source>I&apos;ve Bound Them</source>
+        <translation>Ya las asigné</translation>
+    </message>
+    <message>
+        <source>Waiting for your desktop…</source>
+        <translation>Esperando a tu escritorio…</translation>
+    </message>
+    <message>
+        <source>Commands bound</source>
+        <translation>Órdenes asignadas</translation>
+    </message>
+    <message>
+        <source>Your practice file is live — try the keys you bound on it.</source>
+        <translation>Tu archivo de práctica está listo: prueba en él las teclas que asignaste.</translation>
+    </message>
 </context>
 <context>
     <name>PracticeFile</name>
@@ -313,6 +345,65 @@ No tienes que conservar este archivo — solo está aquí para la demostración.
     <message>
         <source>Bluetooth</source>
         <translation>Bluetooth</translation>
+    </message>
+</context>
+<context>
+    <name>ShortcutCommands</name>
+    <message>
+        <source>In GNOME: Settings → Keyboard → View and Customize Shortcuts → Custom Shortcuts, add one for each command.</source>
+        <translation>En GNOME: Configuración → Teclado → Ver y personalizar atajos → Atajos personalizados; añade uno por cada orden.</translation>
+    </message>
+    <message>
+        <source>In KDE Plasma: System Settings → Shortcuts → Add New → Command or Script, one for each command.</source>
+        <translation>En KDE Plasma: Preferencias del sistema → Accesos rápidos → Añadir nuevo → Orden o script, uno por cada orden.</translation>
+    </message>
+    <message>
+        <source>In sway: one line per command in ~/.config/sway/config, as “bindsym $mod+Shift+t exec dowsel toast keep”, then reload sway.</source>
+        <translation>En sway: una línea por orden en ~/.config/sway/config, como «bindsym $mod+Shift+t exec dowsel toast keep», y luego recarga sway.</translation>
+    </message>
+    <message>
+        <source>In your desktop&apos;s keyboard settings, add a custom shortcut that runs each command.</source>
+        <translation>En los ajustes de teclado de tu escritorio, añade un atajo personalizado que ejecute cada orden.</translation>
+    </message>
+    <message>
+        <source>Keep it as a temporary file</source>
+        <translation>Conservarlo como archivo temporal</translation>
+    </message>
+    <message>
+        <source>Keep it for two hours (any duration Dowsel reads)</source>
+        <translation>Conservarlo dos horas (cualquier duración que Dowsel entienda)</translation>
+    </message>
+    <message>
+        <source>Type how long to keep it</source>
+        <translation>Escribir cuánto tiempo conservarlo</translation>
+    </message>
+    <message>
+        <source>Move it to a folder</source>
+        <translation>Moverlo a una carpeta</translation>
+    </message>
+    <message>
+        <source>The More menu</source>
+        <translation>El menú Más</translation>
+    </message>
+    <message>
+        <source>Open it</source>
+        <translation>Abrirlo</translation>
+    </message>
+    <message>
+        <source>Copy it</source>
+        <translation>Copiarlo</translation>
+    </message>
+    <message>
+        <source>Share it</source>
+        <translation>Compartirlo</translation>
+    </message>
+    <message>
+        <source>Move it to the Trash</source>
+        <translation>Moverlo a la papelera</translation>
+    </message>
+    <message>
+        <source>Dismiss the toast; the file stays</source>
+        <translation>Descartar el aviso; el archivo se queda</translation>
     </message>
 </context>
 <context>
@@ -419,6 +510,28 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
         <translation>
             <numerusform>%n descarga nueva espera a registrarse</numerusform>
             <numerusform>%n descargas nuevas esperan a registrarse</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
+    <name>dowsel::BacklogPage</name>
+    <message>
+        <source>Make temporary</source>
+        <translation>Hacer temporales</translation>
+    </message>
+    <message>
+        <source>Move to Trash</source>
+        <translation>Mover a la Papelera</translation>
+    </message>
+    <message>
+        <source>They go to the Trash when the default expiry passes</source>
+        <translation>Irán a la Papelera cuando pase la caducidad predeterminada</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n file(s) selected, %1 in all</source>
+        <translation>
+            <numerusform>%n archivo seleccionado, %1 en total</numerusform>
+            <numerusform>%n archivos seleccionados, %1 en total</numerusform>
         </translation>
     </message>
 </context>
@@ -535,6 +648,41 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
     </message>
 </context>
 <context>
+    <name>dowsel::PermissionsManager</name>
+    <message>
+        <source>the desktop&apos;s shortcuts portal bound them</source>
+        <translation>el portal de atajos del escritorio los asignó</translation>
+    </message>
+    <message>
+        <source>%1 came from outside a terminal, as from a key binding</source>
+        <translation>%1 llegó desde fuera de una terminal, como desde un atajo de teclado</translation>
+    </message>
+    <message>
+        <source>you said you bound the “dowsel toast” commands</source>
+        <translation>dijiste que asignaste las órdenes «dowsel toast»</translation>
+    </message>
+    <message>
+        <source>Bind the “dowsel toast” commands (keep, move, dismiss…) in your desktop&apos;s keyboard settings and tick “I have bound these commands”; the toast&apos;s buttons work meanwhile.</source>
+        <translation>Asigna las órdenes «dowsel toast» (keep, move, dismiss…) en los ajustes de teclado de tu escritorio y marca «Ya asigné estas órdenes»; mientras tanto, los botones del aviso funcionan.</translation>
+    </message>
+    <message>
+        <source>Waiting for the desktop&apos;s shortcuts portal to answer.</source>
+        <translation>Esperando la respuesta del portal de atajos del escritorio.</translation>
+    </message>
+    <message>
+        <source>The desktop took Dowsel&apos;s shortcuts but gave them no keys yet. Give Dowsel&apos;s entries keys in the desktop&apos;s shortcut settings if it lists them, or bind the “dowsel toast” commands there and tick “I have bound these commands”; the toast&apos;s buttons work meanwhile.</source>
+        <translation>El escritorio aceptó los atajos de Dowsel pero aún no les dio teclas. Dales teclas a las entradas de Dowsel en los ajustes de atajos del escritorio si las muestra, o asigna allí las órdenes «dowsel toast» y marca «Ya asigné estas órdenes»; mientras tanto, los botones del aviso funcionan.</translation>
+    </message>
+    <message>
+        <source>The shortcuts were declined in the desktop&apos;s dialog.</source>
+        <translation>Los atajos se rechazaron en el diálogo del escritorio.</translation>
+    </message>
+    <message>
+        <source>This desktop has no global shortcuts portal, and on Wayland Dowsel&apos;s own key combinations reach it only while an X11 window has the focus.</source>
+        <translation>Este escritorio no tiene portal de atajos globales, y en Wayland las combinaciones de teclas de Dowsel solo le llegan mientras una ventana X11 tiene el foco.</translation>
+    </message>
+</context>
+<context>
     <name>dowsel::PopoverItemDelegate</name>
     <message>
         <source>Keep All</source>
@@ -556,6 +704,30 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
         <source>Show ignored files</source>
         <translation>Mostrar archivos ignorados</translation>
     </message>
+    <message>
+        <source>Put back</source>
+        <translation>Restaurar</translation>
+    </message>
+    <message>
+        <source>Make all temporary</source>
+        <translation>Hacer todos temporales</translation>
+    </message>
+    <message>
+        <source>Review…</source>
+        <translation>Revisar…</translation>
+    </message>
+    <message>
+        <source>Move it back to where it was</source>
+        <translation>Devolverlo a donde estaba</translation>
+    </message>
+    <message>
+        <source>Change the age</source>
+        <translation>Cambiar la antigüedad</translation>
+    </message>
+    <message>
+        <source>A program has it open: it goes to the Trash once it is closed</source>
+        <translation>Un programa lo tiene abierto: irá a la Papelera cuando se cierre</translation>
+    </message>
 </context>
 <context>
     <name>dowsel::PopoverListModel</name>
@@ -566,6 +738,21 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
     <message>
         <source>Ignored / already there</source>
         <translation>Ignorados / ya estaban</translation>
+    </message>
+    <message>
+        <source>Recently moved to the Trash</source>
+        <translation>Enviados a la Papelera hace poco</translation>
+    </message>
+    <message>
+        <source>in use</source>
+        <translation>en uso</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n file(s) older than %1 days</source>
+        <translation>
+            <numerusform>%n archivo de más de %1 días</numerusform>
+            <numerusform>%n archivos de más de %1 días</numerusform>
+        </translation>
     </message>
 </context>
 <context>
@@ -612,6 +799,40 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
     <message>
         <source>Dowsel&apos;s list of files could not be written: another program may hold it, or the disk is full.</source>
         <translation>No se ha podido escribir la lista de archivos de Dowsel: puede que otro programa la tenga abierta o que el disco esté lleno.</translation>
+    </message>
+    <message>
+        <source>Old files</source>
+        <translation>Archivos antiguos</translation>
+    </message>
+    <message>
+        <source>%1 was not put back: %2</source>
+        <translation>No se ha restaurado %1: %2</translation>
+    </message>
+    <message>
+        <source>Its folder %1 was made again.</source>
+        <translation>Se ha vuelto a crear su carpeta %1.</translation>
+    </message>
+    <message>
+        <source>%1 was taken, so it is back as %2.</source>
+        <translation>%1 ya existía, así que ha vuelto como %2.</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n file(s) were not made temporary.</source>
+        <translation>
+            <numerusform>No se ha hecho temporal %n archivo.</numerusform>
+            <numerusform>No se han hecho temporales %n archivos.</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n file(s) were not moved to the Trash:</source>
+        <translation>
+            <numerusform>No se ha podido mover %n archivo a la Papelera:</numerusform>
+            <numerusform>No se han podido mover %n archivos a la Papelera:</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Older than %1 days</source>
+        <translation>De más de %1 días</translation>
     </message>
 </context>
 <context>
@@ -743,6 +964,37 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
         <source>The global shortcuts let you keep, move or clean a download without reaching for the mouse. Free Dowsel&apos;s key combinations in your desktop&apos;s keyboard settings to turn them on; the toast&apos;s buttons work meanwhile.</source>
         <translation>Los atajos globales te permiten conservar, mover o limpiar una descarga sin tocar el ratón. Libera las combinaciones de teclas de Dowsel en la configuración de teclado de tu escritorio para activarlos; mientras tanto, los botones del aviso funcionan.</translation>
     </message>
+    <message>
+        <source>Working: %1.</source>
+        <translation>Funcionan: %1.</translation>
+    </message>
+</context>
+<context>
+    <name>dowsel::ShortcutCommandsList</name>
+    <message>
+        <source>Copy</source>
+        <translation>Copiar</translation>
+    </message>
+    <message>
+        <source>%1 — for example on %2</source>
+        <translation>%1; por ejemplo, con %2</translation>
+    </message>
+    <message>
+        <source>Copy “%1”</source>
+        <translation>Copiar «%1»</translation>
+    </message>
+    <message>
+        <source>I have bound these commands</source>
+        <translation>Ya asigné estas órdenes</translation>
+    </message>
+    <message>
+        <source>Dowsel has seen %1 arrive from outside a terminal, as from a key binding.</source>
+        <translation>Dowsel ha visto llegar %1 desde fuera de una terminal, como desde un atajo de teclado.</translation>
+    </message>
+    <message>
+        <source>Copied</source>
+        <translation>Copiado</translation>
+    </message>
 </context>
 <context>
     <name>dowsel::TimeInputView</name>
@@ -791,13 +1043,6 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
     <message>
         <source>Quit Dowsel</source>
         <translation>Salir de Dowsel</translation>
-    </message>
-</context>
-<context>
-    <name>dowsel::PermissionsManager</name>
-    <message>
-        <source>Global shortcuts are not available on this session: on Wayland, Dowsel&apos;s key combinations reach it only while an X11 window has the focus. Bind the commands &quot;dowsel toast keep&quot;, &quot;dowsel toast move&quot; and &quot;dowsel toast dismiss&quot; in your desktop&apos;s keyboard settings; the toast&apos;s buttons work meanwhile.</source>
-        <translation>Los atajos globales no están disponibles en esta sesión: en Wayland, las combinaciones de teclas de Dowsel solo le llegan mientras una ventana X11 tiene el foco. Asigna las órdenes &quot;dowsel toast keep&quot;, &quot;dowsel toast move&quot; y &quot;dowsel toast dismiss&quot; en los ajustes de teclado de tu escritorio; mientras tanto, los botones del aviso funcionan.</translation>
     </message>
 </context>
 </TS>

@@ -134,6 +134,8 @@ void PortalKeyGrabber::start()
                        SLOT(onActivated(QDBusObjectPath, QString, qulonglong, QVariantMap)))) {
         qCInfo(lcShortcuts).noquote() << "portal: cannot follow Activated: " + m_bus.lastError().message();
     }
+    m_bus.connect(portalService, portalPath, shortcutsInterface, QStringLiteral("ShortcutsChanged"), this,
+                  SLOT(onShortcutsChanged(QDBusMessage)));
     const QString token = QStringLiteral("dowsel_session");
     call(QStringLiteral("CreateSession"),
          {QVariantMap{{QStringLiteral("handle_token"), token}, {QStringLiteral("session_handle_token"), token}}}, token,
@@ -174,16 +176,44 @@ void PortalKeyGrabber::onBindResponse(uint response, const QVariantMap &results)
     const QVariant value = results.value(QStringLiteral("shortcuts"));
     if (value.canConvert<QDBusArgument>())
         value.value<QDBusArgument>() >> bound;
-    if (response != 0 || bound.isEmpty()) {
+    if (response != 0) {
         finish(State::declined, QStringLiteral("the shortcuts were not bound"));
+        return;
+    }
+    // A success with no shortcuts: the desktop keeps them, with no keys yet.
+    if (bound.isEmpty()) {
+        finish(State::unassigned, QStringLiteral("the desktop has not assigned keys to the shortcuts yet"));
         return;
     }
     finish(State::bound);
 }
 
+void PortalKeyGrabber::onShortcutsChanged(const QDBusMessage &message)
+{
+    const QList<QVariant> arguments = message.arguments();
+    if (arguments.size() < 2 || arguments.at(0).value<QDBusObjectPath>().path() != m_session)
+        return;
+    if (m_state != State::bound && m_state != State::unassigned)
+        return;
+    PortalShortcuts shortcuts;
+    if (arguments.at(1).canConvert<QDBusArgument>())
+        arguments.at(1).value<QDBusArgument>() >> shortcuts;
+    if (shortcuts.isEmpty())
+        setState(State::unassigned, QStringLiteral("the desktop has not assigned keys to the shortcuts yet"));
+    else
+        setState(State::bound, {});
+}
+
 void PortalKeyGrabber::finish(State state, const QString &detail)
 {
-    if (m_state == State::bound || m_state == State::missing || m_state == State::declined)
+    if (m_state != State::idle && m_state != State::connecting)
+        return;
+    setState(state, detail);
+}
+
+void PortalKeyGrabber::setState(State state, const QString &detail)
+{
+    if (state == m_state && detail == m_detail)
         return;
     qCInfo(lcShortcuts).noquote() << QStringLiteral("portal: %1 %2")
                                          .arg(state == State::bound ? QStringLiteral("shortcuts bound") : QStringLiteral("no shortcuts:"), detail);

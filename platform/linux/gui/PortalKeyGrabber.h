@@ -3,6 +3,7 @@
 #include "platform/KeyGrabber.h"
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QObject>
 #include <QVariantMap>
@@ -19,7 +20,9 @@ namespace dowsel {
 class PortalKeyGrabber final : public QObject, public KeyGrabber {
     Q_OBJECT
 public:
-    enum class State { idle, connecting, bound, missing, declined };
+    // `unassigned`: the portal took the shortcuts but has no keys for them yet (KDE Plasma asks
+    // the user to assign them in its settings); ShortcutsChanged later brings them.
+    enum class State { idle, connecting, bound, unassigned, missing, declined };
 
     explicit PortalKeyGrabber(QDBusConnection bus, QObject *parent = nullptr);
 
@@ -43,12 +46,14 @@ private Q_SLOTS:
     void onBindResponse(uint response, const QVariantMap &results);
     void onActivated(const QDBusObjectPath &session, const QString &shortcutId, qulonglong timestamp,
                      const QVariantMap &options);
+    void onShortcutsChanged(const QDBusMessage &message);
 
 private:
     QString requestPath(const QString &token) const;
     bool awaitResponse(const QString &token, const char *slot);
     void call(const QString &method, const QVariantList &arguments, const QString &token, const char *slot);
     void finish(State state, const QString &detail = {});
+    void setState(State state, const QString &detail);
 
     QDBusConnection m_bus;
     State m_state = State::idle;
