@@ -8,7 +8,9 @@
 #include "core/StoreRecovery.h"
 #include "expiry/CleanupService.h"
 #include "move/FolderIndex.h"
+#include "core/DuplicateFinder.h"
 #include "move/MoveMRU.h"
+#include "move/SiteDestinations.h"
 #include "platform/Notifier.h"
 #include "platform/Preferences.h"
 #include "platform/linux/InotifyFolderWatcher.h"
@@ -28,6 +30,11 @@ AppState::AppState(AppEnvironment environment, std::unique_ptr<TrackedFileStore>
       m_folderIndex(std::make_unique<FolderIndex>(m_env.homePath, std::make_unique<InotifyFolderWatcher>(), m_env.clock,
                                                   m_env.scheduler, m_indexWorker)),
       m_moveMRU(std::make_unique<MoveMRU>(m_env.preferences)),
+      m_siteDestinations(std::make_unique<SiteDestinations>(m_env.preferences)),
+      m_duplicateCheck(std::make_unique<DuplicateCheck>(
+          std::make_shared<DuplicateFinder>(
+              m_env.downloadsPath, [](const QByteArray &name) { return isHiddenName(name) || isPartialDownloadName(name); }),
+          m_duplicateWorker, m_env.mainExecutor)),
       m_cleanupService(std::make_unique<CleanupService>(m_trackedFileActor, m_env.trash, m_env.clock, m_env.scheduler,
                                                         m_cleanupWorker)),
       m_fileMover(std::make_unique<FileMover>(m_moveWorker, m_env.mainExecutor)),

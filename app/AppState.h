@@ -14,6 +14,7 @@ namespace dowsel {
 
 class CleanupService;
 class DownloadTracker;
+class DuplicateCheck;
 class FileMover;
 class FolderIndex;
 class LoginItem;
@@ -22,6 +23,7 @@ class Notifier;
 struct Notice;
 class Preferences;
 class ProcessLauncher;
+class SiteDestinations;
 class ToastController;
 class Trash;
 
@@ -81,6 +83,8 @@ public:
     TrackedFileActor &trackedFileActor() { return m_trackedFileActor; }
     FolderIndex &folderIndex() { return *m_folderIndex; }
     MoveMRU &moveMRU() { return *m_moveMRU; }
+    SiteDestinations &siteDestinations() { return *m_siteDestinations; }
+    DuplicateCheck &duplicateCheck() { return *m_duplicateCheck; }
     CleanupService &cleanupService() { return *m_cleanupService; }
     FileMover &fileMover() { return *m_fileMover; }
     LoginItem &loginItem() { return *m_loginItem; }
@@ -108,11 +112,14 @@ private:
     WorkerThread m_cleanupWorker{"dowsel-cleanup"};
     WorkerThread m_indexWorker{"dowsel-index", true};
     WorkerThread m_moveWorker{"dowsel-move", true};
+    WorkerThread m_duplicateWorker{"dowsel-duplicates", true};
 
     PermissionsManager m_permissions;
     TrackedFileActor m_trackedFileActor;
     std::unique_ptr<FolderIndex> m_folderIndex;
     std::unique_ptr<MoveMRU> m_moveMRU;
+    std::unique_ptr<SiteDestinations> m_siteDestinations;
+    std::unique_ptr<DuplicateCheck> m_duplicateCheck;
     std::unique_ptr<CleanupService> m_cleanupService;
     std::unique_ptr<FileMover> m_fileMover;
     ToastParts m_toast;

@@ -46,6 +46,8 @@ ShortcutAction superShiftAction(ShortcutKey key)
 }
 
 const KeyCombination customTimeShortcut{ShortcutKey::T, superShift | AltModifier};
+// Alt turns an action into its variant, as with T: here the delete of the new copies only.
+const KeyCombination trashCopiesShortcut{ShortcutKey::Backspace, superShift | AltModifier};
 const KeyCombination dismissShortcut{ShortcutKey::Escape, NoModifier};
 const KeyCombination onboardingShortcut{ShortcutKey::Return, ShiftModifier};
 
@@ -92,6 +94,8 @@ std::optional<ShortcutAction> shortcutAction(KeyCombination combination, const S
         return std::nullopt;
     if (combination == customTimeShortcut)
         return ShortcutAction::customTime;
+    if (combination == trashCopiesShortcut)
+        return ShortcutAction::trashCopies;
     if (combination == dismissShortcut)
         return ShortcutAction::dismiss;
     if (combination.modifiers == superShift && contains(superShiftShortcuts(), combination))
@@ -102,7 +106,7 @@ std::optional<ShortcutAction> shortcutAction(KeyCombination combination, const S
 const std::vector<KeyCombination> &toastShortcuts()
 {
     static const std::vector<KeyCombination> combinations = [] {
-        std::vector<KeyCombination> all{customTimeShortcut};
+        std::vector<KeyCombination> all{customTimeShortcut, trashCopiesShortcut};
         all.insert(all.end(), superShiftShortcuts().begin(), superShiftShortcuts().end());
         all.push_back(dismissShortcut);
         return all;

@@ -23,6 +23,7 @@ enum class ShortcutAction {
     move,
     more,
     deleteNow,
+    trashCopies,
     dismiss,
     onboardingPrimary,
 };
@@ -51,7 +52,7 @@ std::vector<KeyCombination> combinationsToGrab(const ShortcutContext &context);
 
 // Why a toast command from outside Dowsel (`dowsel toast keep`, bound to a key in the
 // desktop's settings where the keys cannot be grabbed) cannot run in `context`.
-enum class CommandRefusal { noToast, inputOpen, onboarding };
+enum class CommandRefusal { noToast, inputOpen, onboarding, noCopy };
 // Nothing when it can run: the same moments the toast's shortcuts count.
 std::optional<CommandRefusal> commandRefusal(const ShortcutContext &context);
 

@@ -1,10 +1,12 @@
 #include "toast/ToastController.h"
 
 #include "core/Logging.h"
+#include "core/PosixFiles.h"
 #include "expiry/CleanupService.h"
 #include "move/FolderIndex.h"
 #include "move/FolderMatch.h"
 #include "move/MoveMRU.h"
+#include "move/SiteDestinations.h"
 #include "platform/Clipboard.h"
 #include "platform/ProcessLauncher.h"
 #include "platform/Workspace.h"
@@ -122,6 +124,63 @@ void ToastController::performDelete()
     hideToast();
 }
 
+bool ToastController::hasCopies() const
+{
+    return std::any_of(m_toastEntries.begin(), m_toastEntries.end(),
+                       [](const ToastEntry &entry) { return !entry.sameAs.isEmpty(); });
+}
+
+void ToastController::trashCopies()
+{
+    if (m_state == DynamicIslandToastState::hidden || m_isHiding || isAnySurfaceOpen())
+        return;
+    std::vector<std::pair<RecordId, QString>> copies;
+    bool keptAny = false;
+    for (ToastEntry &entry : m_toastEntries) {
+        if (entry.sameAs.isEmpty())
+            continue;
+        // A copy whose original has gone since is the last of its content: it stays on the toast.
+        const QByteArray original = joinPath(entry.filePath.left(entry.filePath.lastIndexOf('/')), entry.sameAs);
+        if (const auto status = statPath(original); !status || !status->isRegularFile) {
+            m_services.host.showNotice(tr("%1 was not moved to the Trash").arg(displayText(entry.fileName)),
+                                       tr("%1, which it copies, is no longer in Downloads.").arg(displayText(entry.sameAs)));
+            entry.sameAs.clear();
+            keptAny = true;
+            continue;
+        }
+        copies.emplace_back(entry.id, displayText(entry.fileName));
+    }
+    if (copies.empty()) {
+        if (keptAny)
+            refreshToast();
+        return;
+    }
+    qCDebug(lcToast).noquote() << "ToastController.trashCopies: trashing " + QString::number(copies.size())
+                                          + " copy(ies)";
+    m_services.store.call(
+        [copies](TrackedFileStore &store) {
+            std::vector<std::pair<QString, QString>> refused;
+            for (const auto &[id, name] : copies) {
+                if (const auto reason = store.deleteNow(id))
+                    refused.emplace_back(name, *reason);
+            }
+            return refused;
+        },
+        m_services.mainExecutor, whileAlive([this](const std::vector<std::pair<QString, QString>> &refused) {
+            for (const auto &[name, reason] : refused)
+                m_services.host.showNotice(tr("%1 was not moved to the Trash").arg(name), reason);
+        }));
+    for (const auto &copy : copies) {
+        std::erase_if(m_toastEntries, [id = copy.first](const ToastEntry &entry) { return entry.id == id; });
+        m_joinedAs.erase(copy.first);
+    }
+    if (m_toastEntries.empty()) {
+        hideToast();
+        return;
+    }
+    refreshToast();
+}
+
 void ToastController::performOpen()
 {
     const std::vector<QByteArray> paths = coveredPaths();
@@ -171,6 +230,11 @@ void ToastController::performMove(const QByteArray &folder)
         return;
     }
     m_services.moveMRU.record(folder);
+    if (m_services.siteDestinations) {
+        const QStringList sites = coveredSites();
+        for (auto site = sites.rbegin(); site != sites.rend(); ++site)
+            m_services.siteDestinations->record(*site, folder); // the newest file's site ends up first
+    }
     m_services.mover.move(paths, folder, whileAlive([&workspace = m_services.workspace](
                                                         const std::vector<QByteArray> &targets) {
                               workspace.reveal(targets);
@@ -191,7 +255,10 @@ void ToastController::openMoveInput()
         m_hintVisible = false;
         m_services.host.hideHint();
     }
-    m_moveInputModel.reset(m_services.moveMRU.suggestions(3));
+    // Folders where files from the same site went come first, then the recent destinations.
+    const QList<QByteArray> recent = m_services.moveMRU.suggestions(m_services.moveMRU.paths().size());
+    m_moveInputModel.reset(
+        existingFolders(destinationsFirstFromSites(m_services.siteDestinations, coveredSites(), recent), 3));
     m_services.host.openSurface(ToastSurface::moveInput);
     rememberFocus();
     refreshToast();
@@ -201,7 +268,8 @@ void ToastController::moveQueryChanged(const QString &query)
 {
     m_moveInputModel.setQuery(query);
     m_moveInputModel.setResults(rankDestinations(
-        search(query, m_services.folderIndex.paths(), m_moveInputModel.homePath(), 3), m_services.moveMRU.paths()));
+        search(query, m_services.folderIndex.paths(), m_moveInputModel.homePath(), 3),
+        destinationsFirstFromSites(m_services.siteDestinations, coveredSites(), m_services.moveMRU.paths())));
     m_moveInputModel.clampSelection();
 }
 

@@ -1,5 +1,7 @@
 #include "toast/ToastController.h"
 
+#include "core/DownloadOrigin.h"
+#include "core/DuplicateFinder.h"
 #include "core/Logging.h"
 #include "expiry/CleanupService.h"
 #include "core/ExpirySettings.h"
@@ -27,6 +29,7 @@ struct ToastController::NewFileInfo {
     std::optional<TrackedFileStore::FileInfo> file;
     std::optional<Date> inheritedExpiry;
     std::optional<RecordStamp> stamp;
+    QString site;
 };
 
 std::optional<ToastController::RecordStamp> ToastController::stampOf(const std::optional<TrackedFile> &record)
@@ -85,9 +88,11 @@ void ToastController::handleNewFile(RecordId id)
     const bool inheritExpiry = !m_isActionDemoActive && autoZipApplyEnabled(m_services.preferences);
     m_services.store.call(
         [id, inheritExpiry](TrackedFileStore &store) {
-            NewFileInfo info{store.fileInfo(id), std::nullopt, stampOf(store.record(id))};
+            NewFileInfo info{store.fileInfo(id), std::nullopt, stampOf(store.record(id)), {}};
             if (info.file && inheritExpiry)
                 info.inheritedExpiry = store.inheritArchiveExpiry(id);
+            if (info.file)
+                info.site = downloadSite(info.file->filePath); // two small attribute reads, off the main thread
             return info;
         },
         m_services.mainExecutor, whileAlive([this, id](const NewFileInfo &info) { continueNewFile(id, info); }));
@@ -115,15 +120,65 @@ void ToastController::continueNewFile(RecordId id, const NewFileInfo &info)
         || std::any_of(m_waitingEntries.begin(), m_waitingEntries.end(), sameId))
         return; // announced twice: the toast already covers it
     m_joinedAs[id] = info.stamp.value_or(RecordStamp{});
-    ToastEntry entry{id, info.file->fileName, info.file->filePath, info.file->fileSize};
+    ToastEntry entry{id, info.file->fileName, info.file->filePath, info.file->fileSize, info.site, {}};
+    if (!info.site.isEmpty())
+        qCDebug(lcToast).noquote() << "handleNewFile: " + displayText(info.file->fileName) + " came from " + info.site;
+    const bool checkCopy = !m_isActionDemoActive;
     if (m_isHiding) {
         // The collapsing toast has answered for its own files already; this one gets a toast
         // of its own as soon as that one is gone.
-        m_waitingEntries.push_back(std::move(entry));
+        m_waitingEntries.push_back(entry);
+    } else {
+        m_toastEntries.push_back(entry);
+        openToastWithNewEntries();
+    }
+    if (checkCopy)
+        checkForCopy(entry);
+}
+
+// The answer comes later from a worker; the toast shows at once and gains its line then.
+void ToastController::checkForCopy(const ToastEntry &entry)
+{
+    // The finder reads the size afresh: the record's may date from before the writer was done,
+    // and a folder or an empty file is never a copy.
+    if (!m_services.duplicates || entry.filePath.isEmpty())
+        return;
+    m_services.duplicates->check(entry.filePath,
+                                 whileAlive([this, id = entry.id](const std::optional<QByteArray> &original) {
+                                     if (original)
+                                         noteCopy(id, *original);
+                                 }));
+}
+
+void ToastController::noteCopy(RecordId id, const QByteArray &original)
+{
+    const auto sameId = [id](const ToastEntry &entry) { return entry.id == id; };
+    const auto trace = [&original](const ToastEntry &entry) {
+        qCDebug(lcToast).noquote() << "ToastController: " + displayText(entry.fileName) + " is the same as "
+                                              + displayText(original);
+    };
+    if (const auto waiting = std::find_if(m_waitingEntries.begin(), m_waitingEntries.end(), sameId);
+        waiting != m_waitingEntries.end()) {
+        waiting->sameAs = original; // shown with its own toast
+        trace(*waiting);
         return;
     }
-    m_toastEntries.push_back(std::move(entry));
-    openToastWithNewEntries();
+    const auto shown = std::find_if(m_toastEntries.begin(), m_toastEntries.end(), sameId);
+    if (shown == m_toastEntries.end() || m_isHiding)
+        return; // answered for already
+    shown->sameAs = original;
+    trace(*shown);
+    refreshToast();
+}
+
+QStringList ToastController::coveredSites() const
+{
+    QStringList sites;
+    for (auto entry = m_toastEntries.rbegin(); entry != m_toastEntries.rend(); ++entry) {
+        if (!entry->site.isEmpty() && !sites.contains(entry->site))
+            sites << entry->site;
+    }
+    return sites;
 }
 
 void ToastController::openToastWithNewEntries()

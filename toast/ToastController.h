@@ -23,11 +23,13 @@ namespace dowsel {
 
 class CleanupService;
 class Clipboard;
+class DuplicateCheck;
 class FileMover;
 class FolderIndex;
 class MoveMRU;
 class Preferences;
 class ProcessLauncher;
+class SiteDestinations;
 class Workspace;
 
 // The one toast: which files it covers, its countdown, its panels and every action on its
@@ -53,6 +55,10 @@ public:
         FolderIndex &folderIndex;
         MoveMRU &moveMRU;
         std::function<std::vector<ShareTarget>()> shareTargets = [] { return availableShareTargets(); };
+        // Where files from each site went; none keeps only the general history.
+        SiteDestinations *siteDestinations = nullptr;
+        // Tells a new download that copies a file already in Downloads; none checks nothing.
+        DuplicateCheck *duplicates = nullptr;
     };
 
     static constexpr int countdownTotal = 7;
@@ -100,6 +106,10 @@ public:
     void share();
     void finishShare(const std::optional<ShareTarget> &target);
     void performDelete();
+    // The files of the toast found to be copies of a file already in Downloads go to the
+    // Trash (the originals stay); the others stay on the toast. Nothing without such a copy.
+    void trashCopies();
+    bool hasCopies() const;
 
     // Keep for a typed time.
     void openTimeInput();
@@ -189,6 +199,10 @@ private:
     static QString dateText(Date date);
     static std::optional<RecordStamp> stampOf(const std::optional<TrackedFile> &record);
     void continueNewFile(RecordId id, const NewFileInfo &info);
+    void checkForCopy(const ToastEntry &entry);
+    void noteCopy(RecordId id, const QByteArray &original);
+    // The sites of the toast's files, newest file first, each once.
+    QStringList coveredSites() const;
     void openToastWithNewEntries();
     void restartCountdownForNewFile();
     void finishHide();

@@ -303,8 +303,11 @@ void PopoverItemDelegate::paintFile(QPainter *painter, const QStyleOptionViewIte
                       nameMetrics.elidedText(name, Qt::ElideMiddle, width));
     painter->setFont(caption);
     painter->setPen(popoverstyle::secondaryText(palette));
+    QString details = index.data(PopoverListModel::SizeLabelRole).toString();
+    if (const QString site = index.data(PopoverListModel::SiteRole).toString(); !site.isEmpty())
+        details += QStringLiteral(" · ") + site;
     painter->drawText(QRect(textLeft, top + nameMetrics.height(), width, captionMetrics.height()),
-                      Qt::AlignLeft | Qt::AlignVCenter, captionMetrics.elidedText(index.data(PopoverListModel::SizeLabelRole).toString(), Qt::ElideRight, width));
+                      Qt::AlignLeft | Qt::AlignVCenter, captionMetrics.elidedText(details, Qt::ElideRight, width));
 
     const QModelIndex next = index.siblingAtRow(index.row() + 1);
     if (next.isValid() && isFileRow(kindOf(next))) {

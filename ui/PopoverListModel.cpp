@@ -199,6 +199,10 @@ QVariant PopoverListModel::data(const QModelIndex &index, int role) const
         return file.isFolderLike();
     case FilePathRole:
         return file.filePath;
+    case SiteRole: {
+        const auto site = m_lists.sites.find(file.id);
+        return site == m_lists.sites.end() ? QString() : site->second;
+    }
     default:
         break;
     }

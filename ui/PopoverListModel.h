@@ -38,6 +38,7 @@ public:
         FilePathRole, // QByteArray, the exact bytes of the path
         InUseRole,    // temporary rows: a program holds the file, so its expiry waits
         BacklogTextRole, // backlog row: "4 files older than 30 days · 1.2 GB"
+        SiteRole,     // where the file was downloaded from, or empty
     };
 
     explicit PopoverListModel(QObject *parent = nullptr);

@@ -99,6 +99,8 @@ ToastParts makeToastUi(AppState &state, ToastUi *&made)
         .folderIndex = state.folderIndex(),
         .moveMRU = state.moveMRU(),
         .thumbnails = ThumbnailCache::shared(),
+        .siteDestinations = &state.siteDestinations(),
+        .duplicates = &state.duplicateCheck(),
     });
     made = ui.get();
     ToastController *controller = &ui->controller();

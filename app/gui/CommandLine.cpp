@@ -37,7 +37,8 @@ const char usageText[] = "usage: dowsel                      start Dowsel (or sh
                          "                                   to the Trash\n"
                          "       dowsel toast ACTION         act on the toast that is showing: keep, keep-for\n"
                          "                                   DURATION, time, move, more, open, copy, share,\n"
-                         "                                   delete, dismiss (bind these where keys cannot be grabbed)\n"
+                         "                                   delete, trash-copy, dismiss (bind these where keys\n"
+                         "                                   cannot be grabbed)\n"
                          "       dowsel status               the session, the shortcuts, autostart, Downloads access\n"
                          "       dowsel --help | --version\n"
                          "A FILE that starts with \"-\" goes after \"--\": dowsel keep -- -notes.txt";

@@ -46,6 +46,7 @@ const QString errorRestoreFailed = QStringLiteral("app.dowsel.Error.RestoreFaile
 const QString errorNoToast = QStringLiteral("app.dowsel.Error.NoToast");
 const QString errorToastBusy = QStringLiteral("app.dowsel.Error.ToastBusy");
 const QString errorUnknownAction = QStringLiteral("app.dowsel.Error.UnknownAction");
+const QString errorNoCopy = QStringLiteral("app.dowsel.Error.NoCopy");
 
 std::optional<ShortcutAction> toastAction(const QString &name)
 {
@@ -55,6 +56,7 @@ std::optional<ShortcutAction> toastAction(const QString &name)
         {"more", ShortcutAction::more},          {"open", ShortcutAction::open},
         {"copy", ShortcutAction::copy},          {"share", ShortcutAction::share},
         {"delete", ShortcutAction::deleteNow},   {"dismiss", ShortcutAction::dismiss},
+        {"trash-copy", ShortcutAction::trashCopies},
     };
     for (const auto &[text, action] : actions) {
         if (name == QLatin1String(text))
@@ -295,7 +297,7 @@ void ControlService::Toast(const QString &action, const QString &duration)
     if (!shortcut) {
         sendErrorReply(errorUnknownAction,
                        QStringLiteral("unknown toast action \"%1\"; try keep, keep-for, time, move, more, open, copy, "
-                                      "share, delete or dismiss")
+                                      "share, delete, trash-copy or dismiss")
                            .arg(action));
         return;
     }
@@ -326,6 +328,9 @@ void ControlService::Toast(const QString &action, const QString &duration)
         return;
     case CommandRefusal::onboarding:
         sendErrorReply(errorToastBusy, QStringLiteral("the onboarding is showing; finish it first"));
+        return;
+    case CommandRefusal::noCopy:
+        sendErrorReply(errorNoCopy, QStringLiteral("the toast shows no copy of a file already in Downloads"));
         return;
     }
 }

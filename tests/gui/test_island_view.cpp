@@ -5,6 +5,7 @@
 #include "ui/ThumbnailCache.h"
 
 #include <QCoreApplication>
+#include <QFontMetricsF>
 #include <QImage>
 #include <QMouseEvent>
 #include <QPainter>
@@ -199,6 +200,49 @@ TEST_F(IslandFixture, BadgeRowEndsBeforeTheRingWithAltOrWithout)
                 ASSERT_TRUE(isBlack(image.pixelColor(x, y))) << "Alt held: " << held << " at " << x << "," << y;
         }
     }
+}
+
+TEST_F(IslandFixture, ACopyGetsALineUnderTheNameWithItsOwnBadge)
+{
+    std::vector<QString> calls;
+    view.actions.onMarkTemporary = [&] { calls.push_back(QStringLiteral("temporary")); };
+    view.actions.onMore = [&] { calls.push_back(QStringLiteral("more")); };
+    view.actions.onTrashCopies = [&] { calls.push_back(QStringLiteral("trash copies")); };
+
+    // Where the caption's badge ends: at the right end of the line under the name.
+    QFont nameFont;
+    nameFont.setPixelSize(15);
+    nameFont.setWeight(QFont::DemiBold);
+    const double nameHeight = QFontMetricsF(nameFont).height();
+    const double blockTop = inset + 8 + (island::thumbnailSize - nameHeight - 17 - 6 - 20) / 2;
+    const QPointF onCaptionBadge(ringCentre().x() - island::ringSize / 2 - island::spacing - 12 - 8,
+                                 blockTop + nameHeight + 1 + 8);
+
+    ToastViewInput plain = input(DynamicIslandToastState::visible, clock.now() + 7);
+    plain.files[0].site = QStringLiteral("github.com");
+    show(plain, 1);
+    const QImage siteOnly = render(view);
+    click(onCaptionBadge);
+    EXPECT_TRUE(calls.empty()) << "no copy, no badge";
+
+    ToastViewInput copy = plain;
+    copy.files[0].sameAs = QStringLiteral("report.pdf");
+    show(copy, 1);
+    const QImage withCopy = render(view);
+    click(onCaptionBadge);
+    EXPECT_EQ(calls, std::vector<QString>{QStringLiteral("trash copies")});
+
+    const QRect badgeArea(int(onCaptionBadge.x()) - 60, int(onCaptionBadge.y()) - 6, 60, 12);
+    EXPECT_NE(siteOnly.copy(badgeArea), withCopy.copy(badgeArea)) << "the badge is drawn";
+    // Everything stays clear of the ring and inside the island.
+    const double ringLeft = ringCentre().x() - island::ringSize / 2;
+    for (int y = int(inset + 8); y < int(inset + 8 + island::thumbnailSize); ++y) {
+        for (int x = int(ringLeft - island::spacing - 11); x < int(ringLeft - 1); ++x)
+            ASSERT_TRUE(isBlack(withCopy.pixelColor(x, y))) << x << "," << y;
+    }
+    const int bottom = int(island::height(inset)) - 3;
+    for (int x = int(islandLeft() + 40); x < int(islandLeft() + island::width - 40); ++x)
+        ASSERT_TRUE(isBlack(withCopy.pixelColor(x, bottom))) << "at the island's bottom, x=" << x;
 }
 
 struct HostFixture : IslandFixture {

@@ -8,6 +8,7 @@
 #include <QMenu>
 
 #include <sqlite3.h>
+#include <sys/xattr.h>
 
 using namespace dowsel;
 using namespace dowsel::testing;
@@ -68,6 +69,25 @@ TEST_F(PopoverTest, ShowsTheEmptyStateThenARowOnceTheStoreHasATemporaryFile)
     EXPECT_EQ(model.index(1).data(PopoverListModel::RecordIdRole).toLongLong(), id);
     EXPECT_EQ(model.index(1).data(PopoverListModel::CountdownTextRole).toString(), QStringLiteral("1h"));
     EXPECT_EQ(model.index(1).data(PopoverListModel::SizeLabelRole).toString(), QStringLiteral("7 bytes"));
+}
+
+TEST_F(PopoverTest, ARowsSecondLineNamesTheSiteTheFileCameFrom)
+{
+    const RecordId id = addFile("tool.tar.gz", FileState::temporary);
+    const QByteArray origin = "https://www.github.com/o/tool/archive/v1.tar.gz?token=secret";
+    if (::setxattr((downloads + "/tool.tar.gz").constData(), "user.xdg.origin.url", origin.constData(),
+                   std::size_t(origin.size()), 0)
+        != 0)
+        GTEST_SKIP() << "no user extended attributes under " << downloads.constData();
+    addFile("plain.txt", FileState::temporary);
+    openPopover();
+    ASSERT_TRUE(settle([&] { return popover->model().rowCount() == 3; }));
+    PopoverListModel &model = popover->model();
+    for (int row = 1; row < 3; ++row) {
+        const bool isTool = model.index(row).data(PopoverListModel::RecordIdRole).toLongLong() == id;
+        EXPECT_EQ(model.index(row).data(PopoverListModel::SiteRole).toString(),
+                  isTool ? QStringLiteral("github.com") : QString());
+    }
 }
 
 TEST_F(PopoverTest, ABurstOfChangesIsReadOnceAndEndsWithTheLatestState)

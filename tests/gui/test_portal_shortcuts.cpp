@@ -99,9 +99,10 @@ TEST_F(PortalShortcutsTest, OneSessionBindsDowselsCombinationsAsPreferredTrigger
     EXPECT_EQ(portal->sessionsCreated, 1);
     EXPECT_EQ(portal->bindCalls, 1);
     EXPECT_EQ(portal->boundSession, portal->session);
-    EXPECT_EQ(portal->requested.size(), 9);
+    EXPECT_EQ(portal->requested.size(), 10);
     EXPECT_EQ(portal->preferredTrigger(QStringLiteral("keep")), QStringLiteral("LOGO+SHIFT+t"));
     EXPECT_EQ(portal->preferredTrigger(QStringLiteral("keep-for")), QStringLiteral("LOGO+SHIFT+ALT+t"));
+    EXPECT_EQ(portal->preferredTrigger(QStringLiteral("trash-copy")), QStringLiteral("LOGO+SHIFT+ALT+BackSpace"));
     EXPECT_EQ(portal->preferredTrigger(QStringLiteral("dismiss")), QStringLiteral("LOGO+SHIFT+Escape"))
         << "Escape alone would be taken from every application for good";
     client->start();

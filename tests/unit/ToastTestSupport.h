@@ -2,6 +2,8 @@
 
 #include "StoreTestSupport.h"
 
+#include "core/DuplicateFinder.h"
+#include "move/SiteDestinations.h"
 #include "expiry/CleanupService.h"
 #include "move/FolderIndex.h"
 #include "move/MoveMRU.h"
@@ -32,6 +34,9 @@ protected:
         folderIndex =
             std::make_unique<FolderIndex>(home, std::make_unique<FakeFolderWatcher>(), clock, clock, mainThread);
         moveMRU = std::make_unique<MoveMRU>(prefs);
+        siteDestinations = std::make_unique<SiteDestinations>(prefs);
+        duplicates = std::make_unique<DuplicateCheck>(std::make_shared<DuplicateFinder>(downloads), duplicateWorker,
+                                                      mainThread);
         controller = std::make_unique<ToastController>(ToastController::Services{
             .store = *actor,
             .cleanupService = *cleanup,
@@ -48,6 +53,8 @@ protected:
             .folderIndex = *folderIndex,
             .moveMRU = *moveMRU,
             .shareTargets = [this] { return shareTargets; },
+            .siteDestinations = siteDestinations.get(),
+            .duplicates = duplicates.get(),
         });
     }
 
@@ -83,6 +90,9 @@ protected:
     QByteArray home;
     std::unique_ptr<FolderIndex> folderIndex;
     std::unique_ptr<MoveMRU> moveMRU;
+    std::unique_ptr<SiteDestinations> siteDestinations;
+    ManualExecutor duplicateWorker; // the copy checks wait here until the test runs them
+    std::unique_ptr<DuplicateCheck> duplicates;
     FakeToastHost host;
     FakeFocusTracker focus;
     FakeWorkspace workspace;

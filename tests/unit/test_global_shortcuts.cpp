@@ -26,6 +26,8 @@ TEST(ShortcutAction, SuperShiftLettersMapToTheirActions)
     for (const auto &[key, action] : table)
         EXPECT_EQ(shortcutAction({key, superShift}, toastUp), action) << shortcutText({key, superShift}).toStdString();
     EXPECT_EQ(shortcutAction({ShortcutKey::T, superShift | AltModifier}, toastUp), ShortcutAction::customTime);
+    EXPECT_EQ(shortcutAction({ShortcutKey::Backspace, superShift | AltModifier}, toastUp), ShortcutAction::trashCopies);
+    EXPECT_FALSE(shortcutAction({ShortcutKey::Backspace, superShift | AltModifier}, panelOpen));
     EXPECT_EQ(shortcutAction({ShortcutKey::Escape, NoModifier}, toastUp), ShortcutAction::dismiss);
 }
 
@@ -64,7 +66,7 @@ TEST(ShortcutAction, EveryGrabbedCombinationCountsAndNothingElseIsGrabbed)
         for (const KeyCombination &combination : combinationsToGrab(context))
             EXPECT_TRUE(shortcutAction(combination, context)) << shortcutText(combination).toStdString();
     }
-    EXPECT_EQ(combinationsToGrab(toastUp).size(), 9u);
+    EXPECT_EQ(combinationsToGrab(toastUp).size(), 10u);
     EXPECT_TRUE(combinationsToGrab(noToast).empty());
     EXPECT_TRUE(combinationsToGrab(panelOpen).empty());
     EXPECT_EQ(combinationsToGrab(onboarding), (std::vector<KeyCombination>{{ShortcutKey::Return, ShiftModifier}}));

@@ -5,6 +5,8 @@
 
 #include <cstdio>
 
+#include <sys/xattr.h>
+
 using namespace dowsel;
 using namespace dowsel::testing;
 
@@ -136,6 +138,35 @@ TEST_F(PopoverListsTest, KeepAllDismissesTheListedFilesUntagsThemAndLeavesThemIn
     const PopoverLists lists = fetchPopoverLists(*store, downloads);
     EXPECT_EQ(namesOf(lists.temporaryFiles), std::vector<QByteArray>{"later.pdf"});
     EXPECT_EQ(namesOf(lists.ignoredFiles), (std::vector<QByteArray>{"first.pdf", "second.pdf"}));
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(PopoverListsTest, ListedFilesCarryTheSiteTheyCameFrom)
+{
+    const RecordId fromSite = track("tool.tar.gz");
+    store->markTemporary(fromSite);
+    const RecordId kept = track("paper.pdf");
+    store->markDismissed(kept);
+    const RecordId plain = track("notes.txt");
+    store->markDismissed(plain);
+    const QByteArray origin = "https://www.github.com/o/tool/archive/v1.tar.gz";
+    if (::setxattr(download("tool.tar.gz").constData(), "user.xdg.origin.url", origin.constData(),
+                   std::size_t(origin.size()), 0)
+        != 0)
+        GTEST_SKIP() << "no user extended attributes under " << downloads.constData();
+    const QByteArray referrer = "https://arxiv.org/abs/2401.00001";
+    ASSERT_EQ(::setxattr(download("paper.pdf").constData(), "user.xdg.referrer.url", referrer.constData(),
+                         std::size_t(referrer.size()), 0),
+              0);
+
+    const PopoverLists lists = fetchPopoverLists(*store, downloads);
+    ASSERT_EQ(lists.temporaryFiles.size(), 1u);
+    ASSERT_EQ(lists.ignoredFiles.size(), 2u);
+    EXPECT_EQ(lists.sites, (std::map<RecordId, QString>{{fromSite, QStringLiteral("github.com")},
+                                                        {kept, QStringLiteral("arxiv.org")}}));
 }
 
 } // namespace

@@ -43,6 +43,10 @@ BadgeContent moreBadgeContent()
 {
     return {keys({"Super", "Shift", "."}), DynamicIslandToastView::tr("More")};
 }
+BadgeContent trashCopiesBadgeContent()
+{
+    return {keys({"Super", "Shift", "Alt", "Backspace"}), DynamicIslandToastView::tr("Trash the copy")};
+}
 
 constexpr double badgeHeight = 20;
 constexpr double badgeSpacing = 5;
@@ -50,6 +54,8 @@ constexpr double badgePadding = 6;
 constexpr double keycapPadding = 2.5;
 constexpr double keycapSpacing = 1.5;
 constexpr double nameBadgeGap = 6;
+constexpr double captionHeight = 16; // the caption's badge is drawn at this height
+constexpr double captionGap = 1;
 const QColor ringGreen(52, 199, 89);
 
 QFont pixelFont(double size, QFont::Weight weight = QFont::Normal)
@@ -65,6 +71,10 @@ QFont nameFont()
     return pixelFont(15, QFont::DemiBold);
 }
 QFont labelFont()
+{
+    return pixelFont(11);
+}
+QFont captionFont()
 {
     return pixelFont(11);
 }
@@ -199,9 +209,28 @@ void DynamicIslandToastView::layoutBadges()
     const QRectF rect = islandRect();
     const double contentTop = rect.top() + m_frame.input.topInset + 8;
     const double nameHeight = QFontMetricsF(nameFont()).height();
-    const double blockTop = contentTop + (island::thumbnailSize - nameHeight - nameBadgeGap - badgeHeight) / 2;
+    m_caption = islandCaption(m_frame.input.files);
+    const double captionSpace = m_caption.text.isEmpty() ? 0 : captionGap + captionHeight;
+    const double blockTop =
+        contentTop + (island::thumbnailSize - nameHeight - captionSpace - nameBadgeGap - badgeHeight) / 2;
     double x = rect.left() + island::leadingInset + island::thumbnailSize + island::spacing;
-    const double y = blockTop + nameHeight + nameBadgeGap;
+    const double y = blockTop + nameHeight + captionSpace + nameBadgeGap;
+    m_nameTop = blockTop;
+
+    // The caption: its text, then, for a copy, the badge that trashes it at the line's end.
+    m_captionRect = {};
+    m_badgeRects[trashCopiesBadge] = {};
+    if (!m_caption.text.isEmpty()) {
+        const double captionTop = blockTop + nameHeight + captionGap;
+        double textRight = middleRight(rect);
+        if (m_caption.offersTrashCopies) {
+            const double scale = captionHeight / badgeHeight;
+            const double width = std::min(badgeWidth(trashCopiesBadgeContent()) * scale, (textRight - x) * 0.6);
+            m_badgeRects[trashCopiesBadge] = QRectF(textRight - width, captionTop, width, captionHeight);
+            textRight -= width + badgeSpacing;
+        }
+        m_captionRect = QRectF(x, captionTop, std::max(0.0, textRight - x), captionHeight);
+    }
 
     // The row must end before the ring, whatever the fonts: when it is too long it is drawn
     // smaller, by the same factor with Alt held or not, so that it never jumps.
@@ -273,9 +302,14 @@ void DynamicIslandToastView::paintIsland(QPainter &painter)
     painter.setPen(Qt::white);
     const QString name =
         metrics.elidedText(m_frame.input.files.front().fileName, Qt::ElideMiddle, nameRight - nameLeft);
-    painter.drawText(QRectF(nameLeft, m_badgeRects[keepBadge].top() - nameBadgeGap - metrics.height(),
-                            nameRight - nameLeft, metrics.height()),
+    painter.drawText(QRectF(nameLeft, m_nameTop, nameRight - nameLeft, metrics.height()),
                      Qt::AlignLeft | Qt::AlignVCenter, name);
+    if (!m_captionRect.isNull()) {
+        painter.setFont(captionFont());
+        painter.setPen(QColor(255, 255, 255, 166));
+        painter.drawText(m_captionRect, Qt::AlignLeft | Qt::AlignVCenter,
+                         QFontMetricsF(captionFont()).elidedText(m_caption.text, Qt::ElideRight, m_captionRect.width()));
+    }
     paintBadges(painter);
 }
 
@@ -289,6 +323,9 @@ void DynamicIslandToastView::paintBadges(QPainter &painter)
         paintBadge(painter, m_customTimeRect, customTimeBadge(), m_isHovering, press(keepBadge), swap);
     paintBadge(painter, m_badgeRects[moveBadge], moveBadgeContent(), m_isHovering, press(moveBadge), 1);
     paintBadge(painter, m_badgeRects[moreBadge], moreBadgeContent(), m_isHovering, press(moreBadge), 1);
+    if (!m_badgeRects[trashCopiesBadge].isNull())
+        paintBadge(painter, m_badgeRects[trashCopiesBadge], trashCopiesBadgeContent(), m_isHovering,
+                   press(trashCopiesBadge), 1);
 }
 
 void DynamicIslandToastView::paintRing(QPainter &painter, const QRectF &rect) const
@@ -395,8 +432,9 @@ void DynamicIslandToastView::mouseReleaseEvent(QMouseEvent *event)
     const std::function<void()> &action = pressed == keepBadge
                                               ? (m_frame.input.isOptionHeld ? actions.onCustomTime
                                                                             : actions.onMarkTemporary)
-                                              : pressed == moveBadge ? actions.onMove
-                                                                     : actions.onMore;
+                                              : pressed == moveBadge   ? actions.onMove
+                                              : pressed == moreBadge   ? actions.onMore
+                                                                       : actions.onTrashCopies;
     if (action)
         action();
 }

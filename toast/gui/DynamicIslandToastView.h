@@ -20,6 +20,7 @@ struct ToastViewActions {
     std::function<void()> onCustomTime;
     std::function<void()> onMove;
     std::function<void()> onMore;
+    std::function<void()> onTrashCopies;
 };
 
 // The notch outline: a full-width top edge, sides inset by `topCornerRadius` that meet it in
@@ -65,7 +66,7 @@ protected:
     void leaveEvent(QEvent *event) override;
 
 private:
-    enum Badge { keepBadge, moveBadge, moreBadge, badgeCount };
+    enum Badge { keepBadge, moveBadge, moreBadge, trashCopiesBadge, badgeCount };
 
     QTransform islandTransform() const;
     QRectF islandRect() const;
@@ -90,6 +91,9 @@ private:
     std::array<QRectF, badgeCount> m_badgeRects; // island coordinates
     QRectF m_customTimeRect;                     // the first badge with Alt held
     QRectF m_markTemporaryRect;                  // the first badge without
+    double m_nameTop = 0;
+    QRectF m_captionRect; // the line under the name; empty without one
+    IslandCaption m_caption;
 };
 
 } // namespace dowsel

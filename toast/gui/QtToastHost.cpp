@@ -150,6 +150,7 @@ std::shared_ptr<ToastPanel> QtToastHost::createToastPanel()
     actions.onCustomTime = [this] { queue([](ToastController &controller) { controller.openTimeInput(); }); };
     actions.onMove = [this] { queue([](ToastController &controller) { controller.openMoveInput(); }); };
     actions.onMore = [this] { queue([](ToastController &controller) { controller.openMoreMenu(); }); };
+    actions.onTrashCopies = [this] { queue([](ToastController &controller) { controller.trashCopies(); }); };
     return panel;
 }
 

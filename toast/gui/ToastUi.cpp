@@ -47,6 +47,8 @@ ToastUi::ToastUi(const ToastUiServices &services, ToastDesktop desktop)
           .folderIndex = services.folderIndex,
           .moveMRU = services.moveMRU,
           .shareTargets = services.shareTargets,
+          .siteDestinations = services.siteDestinations,
+          .duplicates = services.duplicates,
       })),
       m_shortcuts(*m_keyGrabber, services.mainExecutor)
 {
@@ -116,6 +118,9 @@ void ToastUi::updateShortcuts()
 
 std::optional<CommandRefusal> ToastUi::runCommand(ShortcutAction action, std::optional<Seconds> duration)
 {
+    // Nothing to trash is said, not done silently. Checked now, as the toast stands.
+    if (action == ShortcutAction::trashCopies && !commandRefusal(m_shortcuts.context()) && !m_controller->hasCopies())
+        return CommandRefusal::noCopy;
     if (!duration || action != ShortcutAction::markTemporary)
         return m_shortcuts.runCommand(action);
     if (const auto refusal = commandRefusal(m_shortcuts.context()))
@@ -155,6 +160,9 @@ void ToastUi::runShortcut(ShortcutAction action)
         break;
     case ShortcutAction::deleteNow:
         controller.performDelete();
+        break;
+    case ShortcutAction::trashCopies:
+        controller.trashCopies();
         break;
     case ShortcutAction::dismiss:
         controller.dismissAll();

@@ -19,6 +19,8 @@ class Executor;
 class FileMover;
 class FolderIndex;
 class MoveMRU;
+class SiteDestinations;
+class DuplicateCheck;
 class Preferences;
 class ProcessLauncher;
 class SwayFocusWatcher;
@@ -38,6 +40,8 @@ struct ToastUiServices {
     MoveMRU &moveMRU;
     ThumbnailCache &thumbnails;
     std::function<std::vector<ShareTarget>()> shareTargets = [] { return availableShareTargets(); };
+    SiteDestinations *siteDestinations = nullptr;
+    DuplicateCheck *duplicates = nullptr;
 };
 
 // The desktop the toast acts on.

@@ -3,6 +3,7 @@
 #include "core/PosixFiles.h"
 
 #include "app/DownloadsFolder.h"
+#include "core/DownloadOrigin.h"
 #include "core/TrackedFileStore.h"
 #include "platform/Preferences.h"
 
@@ -180,9 +181,26 @@ PopoverLists makePopoverLists(std::vector<TrackedFile> records, const QByteArray
     return lists;
 }
 
+namespace {
+
+// Where the listed files came from, read from their attributes.
+void addSites(PopoverLists &lists)
+{
+    for (const auto *list : {&lists.temporaryFiles, &lists.ignoredFiles}) {
+        for (const TrackedFile &file : *list) {
+            if (QString site = downloadSite(file.filePath); !site.isEmpty())
+                lists.sites.emplace(file.id, std::move(site));
+        }
+    }
+}
+
+} // namespace
+
 PopoverLists fetchPopoverLists(TrackedFileStore &store, const QByteArray &downloadsFolder)
 {
-    return makePopoverLists(store.allTrackedFiles(), downloadsFolder);
+    PopoverLists lists = makePopoverLists(store.allTrackedFiles(), downloadsFolder);
+    addSites(lists);
+    return lists;
 }
 
 PopoverLists fetchPopoverLists(TrackedFileStore &store, const QByteArray &downloadsFolder, const PopoverFetch &fetch)
@@ -192,6 +210,7 @@ PopoverLists fetchPopoverLists(TrackedFileStore &store, const QByteArray &downlo
     lists.backlog = backlogOf(lists.ignoredFiles, fetch.now - fetch.backlogAge);
     for (const BacklogFile &file : lists.backlog)
         lists.backlogBytes += file.bytes;
+    addSites(lists);
     return lists;
 }
 

@@ -6,6 +6,7 @@
 #include <QLoggingCategory>
 
 #include <functional>
+#include <map>
 #include <vector>
 
 Q_DECLARE_LOGGING_CATEGORY(lcPopover)
@@ -30,6 +31,7 @@ struct PopoverLists {
     std::int64_t backlogBytes = 0;
     std::vector<RecordId> inUse;             // temporary records whose expiry waits for a program
     int recordCount = 0;                     // every record, listed or not
+    std::map<RecordId, QString> sites;       // where listed files were downloaded from, when known
 
     bool isEmpty() const { return temporaryFiles.empty() && ignoredFiles.empty() && trashedFiles.empty(); }
 };
@@ -58,8 +60,9 @@ bool isListedAsIgnored(const TrackedFile &record, const QByteArray &downloadsFol
 // Both lists from `records`, in one pass. Writes the popover's trace line.
 PopoverLists makePopoverLists(std::vector<TrackedFile> records, const QByteArray &downloadsFolder);
 
-// Reads every record and builds the lists; call it inside a store actor call. With `fetch`,
-// also the Trash section and the backlog (which read the disk).
+// Reads every record and builds the lists, with the sites of the listed files (read from
+// their attributes); call it inside a store actor call. With `fetch`, also the Trash section
+// and the backlog (which read the disk).
 PopoverLists fetchPopoverLists(TrackedFileStore &store, const QByteArray &downloadsFolder);
 PopoverLists fetchPopoverLists(TrackedFileStore &store, const QByteArray &downloadsFolder, const PopoverFetch &fetch);
 

@@ -560,6 +560,21 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
         <source>More</source>
         <translation>Más</translation>
     </message>
+    <message>
+        <source>Trash the copy</source>
+        <translation>Copia a la Papelera</translation>
+    </message>
+    <message>
+        <source>Same as %1</source>
+        <translation>Igual que %1</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n of them already in Downloads</source>
+        <translation>
+            <numerusform>%n de ellos ya está en Descargas</numerusform>
+            <numerusform>%n de ellos ya están en Descargas</numerusform>
+        </translation>
+    </message>
 </context>
 <context>
     <name>dowsel::FreedesktopNotifier</name>
@@ -1013,6 +1028,14 @@ El archivo se ha dejado tal como estaba. Muévelo a otro sitio o repáralo y vue
     <message>
         <source>%1 was not moved</source>
         <translation>%1 no se ha movido</translation>
+    </message>
+    <message>
+        <source>%1 was not moved to the Trash</source>
+        <translation>%1 no se ha movido a la Papelera</translation>
+    </message>
+    <message>
+        <source>%1, which it copies, is no longer in Downloads.</source>
+        <translation>%1, del que es copia, ya no está en Descargas.</translation>
     </message>
 </context>
 <context>

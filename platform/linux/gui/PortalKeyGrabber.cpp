@@ -66,6 +66,8 @@ const std::map<QString, std::pair<KeyCombination, QString>> &PortalKeyGrabber::s
         {QStringLiteral("move"), {{ShortcutKey::M, superShift}, QStringLiteral("LOGO+SHIFT+m")}},
         {QStringLiteral("more"), {{ShortcutKey::Period, superShift}, QStringLiteral("LOGO+SHIFT+period")}},
         {QStringLiteral("delete"), {{ShortcutKey::Backspace, superShift}, QStringLiteral("LOGO+SHIFT+BackSpace")}},
+        {QStringLiteral("trash-copy"),
+         {{ShortcutKey::Backspace, superShift | AltModifier}, QStringLiteral("LOGO+SHIFT+ALT+BackSpace")}},
         {QStringLiteral("dismiss"), {{ShortcutKey::Escape, NoModifier}, QStringLiteral("LOGO+SHIFT+Escape")}},
     };
     return table;
