@@ -1,7 +1,8 @@
 // A plain application window for the end-to-end tests: it fills what the window manager gives
 // it and appends each mouse press ("press X Y", window coordinates) and each key typed
 // ("key TEXT") to the file named on its command line, so a test can tell which clicks and
-// keys reached it rather than a window above it.
+// keys reached it rather than a window above it. With --maximized or --full-screen after the
+// log it asks the window manager for the whole screen.
 #include <QFile>
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -65,11 +66,17 @@ int main(int argc, char *argv[])
 {
     QGuiApplication app(argc, argv);
     if (argc < 2) {
-        std::fprintf(stderr, "usage: click_recorder LOG\n");
+        std::fprintf(stderr, "usage: click_recorder LOG [--maximized|--full-screen]\n");
         return 2;
     }
     Recorder window(QString::fromLocal8Bit(argv[1]));
     window.resize(640, 480);
-    window.show();
+    const QByteArray how = argc > 2 ? QByteArray(argv[2]) : QByteArray();
+    if (how == "--maximized")
+        window.showMaximized();
+    else if (how == "--full-screen")
+        window.showFullScreen();
+    else
+        window.show();
     return app.exec();
 }

@@ -217,3 +217,55 @@ wl_keys() {
 
 # Prints the colour of the pixel at X Y of a grim screenshot FILE as "R G B".
 png_pixel() { convert "$1" -format "%[fx:int(255*p{$2,$3}.r)] %[fx:int(255*p{$2,$3}.g)] %[fx:int(255*p{$2,$3}.b)]" info:; }
+
+# Wayland: a headless KWin (KDE Plasma's compositor) on socket dowsel-kwin, WIDTHxHEIGHT.
+# With "xwayland" it starts Xwayland too and exports its DISPLAY and XAUTHORITY; its fake
+# input device is listed for wl_input.py (KWIN_WAYLAND_NO_PERMISSION_CHECKS). Exports the
+# variables of a KDE Wayland session. Exits 77 (skipped) with the reason where KWin cannot
+# run here.
+e2e_start_kwin() {
+  local width=${1:-1280} height=${2:-800} xwayland=${3:-}
+  local kwin
+  kwin=$(command -v kwin_wayland || true)
+  [ -n "$kwin" ] || { echo "SKIP: no kwin_wayland (Debian: kwin-wayland)"; exit 77; }
+  if [ -n "$xwayland" ]; then
+    command -v Xwayland >/dev/null || { echo "SKIP: no Xwayland (Debian: xwayland)"; exit 77; }
+    # Xwayland puts its socket there; a container may come without it.
+    [ -d /tmp/.X11-unix ] || { mkdir -p /tmp/.X11-unix && chmod 1777 /tmp/.X11-unix; } 2>/dev/null \
+      || { echo "SKIP: no /tmp/.X11-unix for Xwayland's socket"; exit 77; }
+  fi
+  # Started by KWin once it runs, in its environment: tells Xwayland's display.
+  printf '#!/bin/sh\nprintf "%%s\\n%%s\\n" "$DISPLAY" "$XAUTHORITY" >"%s/kwin-x.tmp" && mv "%s/kwin-x.tmp" "%s/kwin-x"\nexec sleep infinity\n' \
+    "$E2E_ROOT" "$E2E_ROOT" "$E2E_ROOT" >"$E2E_ROOT/kwin-ready.sh"
+  chmod +x "$E2E_ROOT/kwin-ready.sh"
+  local ready=()
+  [ -n "$xwayland" ] && ready=(--xwayland "$E2E_ROOT/kwin-ready.sh")
+  # kwin_wayland carries a file capability; where the container refuses to run such a file,
+  # a plain copy runs. Its own Qt platform plugin wants the copy to keep the name kwin_wayland.
+  _kwin_run() {
+    KWIN_WAYLAND_NO_PERMISSION_CHECKS=1 QT_QPA_PLATFORM= WAYLAND_DISPLAY= DISPLAY= XAUTHORITY= \
+      "$1" --virtual --no-lockscreen --width "$width" --height "$height" --socket dowsel-kwin "${ready[@]}" \
+      >"$E2E_ROOT/kwin.log" 2>&1 &
+    KWIN_PID=$!
+    E2E_PIDS+=($KWIN_PID)
+    wait_for 20 eval 'test -S "$XDG_RUNTIME_DIR/dowsel-kwin" || ! kill -0 $KWIN_PID 2>/dev/null'
+    test -S "$XDG_RUNTIME_DIR/dowsel-kwin"
+  }
+  if ! _kwin_run "$kwin"; then
+    grep -q "Operation not permitted" "$E2E_ROOT/kwin.log" \
+      || { echo "SKIP: KWin does not start headless here: $(tail -n 3 "$E2E_ROOT/kwin.log")"; exit 77; }
+    mkdir -p "$E2E_ROOT/kwin"
+    cp "$kwin" "$E2E_ROOT/kwin/kwin_wayland"
+    _kwin_run "$E2E_ROOT/kwin/kwin_wayland" \
+      || { echo "SKIP: KWin does not start headless here: $(tail -n 3 "$E2E_ROOT/kwin.log")"; exit 77; }
+  fi
+  export WAYLAND_DISPLAY=dowsel-kwin XDG_CURRENT_DESKTOP=KDE XDG_SESSION_TYPE=wayland
+  E2E_SWAY_OUTPUT_SIZE="$width $height"
+  if [ -n "$xwayland" ]; then
+    wait_for 20 test -s "$E2E_ROOT/kwin-x" \
+      || { echo "SKIP: KWin's Xwayland did not start here: $(tail -n 3 "$E2E_ROOT/kwin.log")"; exit 77; }
+    export DISPLAY=$(sed -n 1p "$E2E_ROOT/kwin-x") XAUTHORITY=$(sed -n 2p "$E2E_ROOT/kwin-x")
+    [ -n "$XAUTHORITY" ] || unset XAUTHORITY
+    wait_for 10 xdpyinfo >/dev/null 2>&1 || fail "KWin's Xwayland on $DISPLAY does not answer"
+  fi
+}

@@ -6,10 +6,8 @@
 source "$(dirname "$0")/lib.sh"
 
 skip() { echo "SKIP: $*"; exit 77; }
-KWIN=$(command -v kwin_wayland || true)
 XDP=/usr/libexec/xdg-desktop-portal
 XDP_KDE=$(ls /usr/lib/*/libexec/xdg-desktop-portal-kde /usr/libexec/xdg-desktop-portal-kde 2>/dev/null | head -n 1 || true)
-[ -n "$KWIN" ] || skip "no kwin_wayland (Debian: kwin-wayland)"
 [ -x "$XDP" ] || skip "no $XDP (Debian: xdg-desktop-portal)"
 [ -n "$XDP_KDE" ] || skip "no xdg-desktop-portal-kde (Debian: xdg-desktop-portal-kde)"
 ls /usr/lib/*/qt5/plugins/platforms/libqwayland-generic.so >/dev/null 2>&1 \
@@ -17,23 +15,7 @@ ls /usr/lib/*/qt5/plugins/platforms/libqwayland-generic.so >/dev/null 2>&1 \
 e2e_start_bus
 e2e_settings
 
-# kwin_wayland carries a file capability; where the container refuses to run such a file, a
-# plain copy runs. Its own Qt platform plugin wants the copy to keep the name kwin_wayland.
-start_kwin() {
-  QT_QPA_PLATFORM= WAYLAND_DISPLAY= DISPLAY= "$1" --virtual --no-lockscreen --width 1024 --height 768 \
-    --socket dowsel-kwin >"$E2E_ROOT/kwin.log" 2>&1 &
-  KWIN_PID=$!
-  E2E_PIDS+=($KWIN_PID)
-  wait_for 20 eval 'test -S "$XDG_RUNTIME_DIR/dowsel-kwin" || ! kill -0 $KWIN_PID 2>/dev/null'
-  test -S "$XDG_RUNTIME_DIR/dowsel-kwin"
-}
-if ! start_kwin "$KWIN"; then
-  grep -q "Operation not permitted" "$E2E_ROOT/kwin.log" || skip "KWin does not start headless here: $(tail -n 3 "$E2E_ROOT/kwin.log")"
-  mkdir -p "$E2E_ROOT/kwin"
-  cp "$KWIN" "$E2E_ROOT/kwin/kwin_wayland"
-  start_kwin "$E2E_ROOT/kwin/kwin_wayland" || skip "KWin does not start headless here: $(tail -n 3 "$E2E_ROOT/kwin.log")"
-fi
-export WAYLAND_DISPLAY=dowsel-kwin XDG_CURRENT_DESKTOP=KDE XDG_SESSION_TYPE=wayland
+e2e_start_kwin 1024 768
 
 has_name() {
   dbus-send --session --print-reply --dest=org.freedesktop.DBus / org.freedesktop.DBus.NameHasOwner "string:$1" \

@@ -1,6 +1,8 @@
 #!/usr/bin/env python3
-"""A mouse and a keyboard for end-to-end tests on a headless wlroots compositor, which has
-neither: a minimal client of the Wayland wire protocol and the virtual input protocols.
+"""A mouse and a keyboard for end-to-end tests on a headless compositor, which has neither:
+a minimal client of the Wayland wire protocol and the virtual input protocols (wlroots'
+virtual pointer and keyboard, or KWin's fake input where that is what the compositor offers;
+KWin lists it only when started with KWIN_WAYLAND_NO_PERMISSION_CHECKS=1).
 
 usage: wl_input.py click X Y WIDTH HEIGHT
            moves the pointer to X Y of a WIDTH x HEIGHT layout and clicks the left button
@@ -86,10 +88,37 @@ def connect(*interfaces):
     registry = client.new_id()
     client.send(1, 1, struct.pack("<I", registry))  # wl_display.get_registry
     client.roundtrip(registry)
+    if FAKE_INPUT in client.globals and not all(i in client.globals for i in interfaces):
+        return client, registry
     for interface in interfaces:
         if interface not in client.globals:
             sys.exit("wl_input: the compositor offers no " + interface)
     return client, registry
+
+
+FAKE_INPUT = "org_kde_kwin_fake_input"
+
+
+def fake_input(client, registry):
+    """KWin's fake input device, authenticated; None where the compositor has none."""
+    if FAKE_INPUT not in client.globals:
+        return None
+    device = client.bind(registry, FAKE_INPUT, 4)
+    client.send(device, 0, client.string("dowsel-e2e") + client.string("end-to-end test input"))  # authenticate
+    client.roundtrip()
+    return device
+
+
+def fixed(value):
+    return struct.pack("<i", int(value * 256))
+
+
+# Evdev codes of the keys the tests type, for KWin's fake input (which uses the seat's keymap).
+EVDEV = dict(zip("1234567890", range(2, 12)))
+EVDEV.update(zip("qwertyuiop", range(16, 26)))
+EVDEV.update(zip("asdfghjkl", range(30, 39)))
+EVDEV.update(zip("zxcvbnm", range(44, 51)))
+EVDEV.update({"Return": 28, "Escape": 1, "BackSpace": 14, "space": 57})
 
 
 def now():
@@ -109,8 +138,26 @@ def keymap_text():
             'xkb_symbols "dowsel" {\n' + symbols + '};\n};\n')
 
 
+def fake_keyboard(client, device):
+    print("ok", flush=True)
+    for line in sys.stdin:
+        command, _, argument = line.rstrip("\n").partition(" ")
+        if command not in ("type", "key"):
+            sys.exit("wl_input: unknown keyboard command: " + line)
+        for symbol in (argument if command == "type" else [argument]):
+            code = EVDEV[NAMED_KEYS.get(symbol, symbol)]
+            for state in (1, 0):
+                client.send(device, 10, struct.pack("<II", code, state))  # keyboard_key
+                client.roundtrip()
+                time.sleep(0.02)
+        print("ok", flush=True)
+
+
 def keyboard():
     client, registry = connect("zwp_virtual_keyboard_manager_v1", "wl_seat")
+    device = fake_input(client, registry)
+    if device is not None:
+        return fake_keyboard(client, device)
     seat = client.bind(registry, "wl_seat", 1)
     manager = client.bind(registry, "zwp_virtual_keyboard_manager_v1", 1)
     board = client.new_id()
@@ -144,6 +191,16 @@ def keyboard():
 
 def click(x, y, width, height):
     client, registry = connect("zwlr_virtual_pointer_manager_v1")
+    device = fake_input(client, registry)
+    if device is not None:
+        client.send(device, 9, fixed(x) + fixed(y))  # pointer_motion_absolute
+        client.roundtrip()
+        time.sleep(0.05)
+        for state in (1, 0):
+            client.send(device, 2, struct.pack("<II", BTN_LEFT, state))  # button
+            client.roundtrip()
+            time.sleep(0.05)
+        return
     manager = client.bind(registry, "zwlr_virtual_pointer_manager_v1", 1)
     pointer = client.new_id()
     client.send(manager, 0, struct.pack("<II", 0, pointer))  # create_virtual_pointer(seat: default)
