@@ -131,7 +131,7 @@ click_at() { xdotool mousemove "$1" "$2" click 1; }
 mapped_window_of_size() {
   local id
   for id in $(xwininfo -root -children | awk -v size="$1" '$0 ~ " " size "\\+" {print $1}'); do
-    xwininfo -id "$id" | grep -q 'Map State: IsViewable' && { echo "$id"; return 0; }
+    xwininfo -id "$id" 2>/dev/null | grep -q "Map State: IsViewable" && { echo "$id"; return 0; }
   done
   return 1
 }
@@ -196,13 +196,24 @@ READY
 }
 
 # Clicks at X Y on the sway output (through a virtual pointer: a headless sway has no mouse).
-wl_click_at() { python3 "$(dirname "${BASH_SOURCE[0]}")/wl_input.py" click "$1" "$2" $E2E_SWAY_OUTPUT_SIZE; }
+# Under Mutter the keyboard's process (e2e_start_wl_keyboard) clicks as well.
+wl_click_at() {
+  if [ -n "${E2E_MUTTER_INPUT:-}" ]; then
+    wl_keys click "$1" "$2"
+  else
+    python3 "$(dirname "${BASH_SOURCE[0]}")/wl_input.py" click "$1" "$2" $E2E_SWAY_OUTPUT_SIZE
+  fi
+}
 
 # Gives the headless sway one keyboard for the whole test; wl_keys then types on it:
 # `wl_keys type 2h`, `wl_keys key Return`.
 e2e_start_wl_keyboard() {
   mkfifo "$E2E_ROOT/keyboard.in"
-  python3 "$(dirname "${BASH_SOURCE[0]}")/wl_input.py" keyboard <"$E2E_ROOT/keyboard.in" >"$E2E_ROOT/keyboard.out" 2>&1 &
+  if [ -n "${E2E_MUTTER_INPUT:-}" ]; then
+    "$E2E_MUTTER_INPUT" <"$E2E_ROOT/keyboard.in" >"$E2E_ROOT/keyboard.out" 2>&1 &
+  else
+    python3 "$(dirname "${BASH_SOURCE[0]}")/wl_input.py" keyboard <"$E2E_ROOT/keyboard.in" >"$E2E_ROOT/keyboard.out" 2>&1 &
+  fi
   E2E_PIDS+=($!)
   exec {WL_KEYBOARD_FD}>"$E2E_ROOT/keyboard.in"
   wait_for 10 grep -q "^ok" "$E2E_ROOT/keyboard.out" || fail "no virtual keyboard: $(cat "$E2E_ROOT/keyboard.out")"
@@ -268,4 +279,33 @@ e2e_start_kwin() {
     [ -n "$XAUTHORITY" ] || unset XAUTHORITY
     wait_for 10 xdpyinfo >/dev/null 2>&1 || fail "KWin's Xwayland on $DISPLAY does not answer"
   fi
+}
+
+# Wayland: a headless Mutter (GNOME's compositor) with Xwayland and one WIDTHxHEIGHT
+# monitor, on the test's session bus (call e2e_start_bus first). Exports its WAYLAND_DISPLAY,
+# Xwayland's DISPLAY and XAUTHORITY, the variables of a GNOME Wayland session, and
+# E2E_MUTTER_INPUT, the tool wl_click_at and wl_keys drive Mutter's remote-desktop input with.
+# Exits 77 (skipped) with the reason where Mutter cannot run here.
+e2e_start_mutter() {
+  local width=${1:-1280} height=${2:-800}
+  command -v mutter >/dev/null || { echo "SKIP: no mutter (Debian: mutter)"; exit 77; }
+  command -v Xwayland >/dev/null || { echo "SKIP: no Xwayland (Debian: xwayland)"; exit 77; }
+  E2E_MUTTER_INPUT=$(dirname "$DOWSEL")/tests/dowsel_mutter_input
+  [ -x "$E2E_MUTTER_INPUT" ] || fail "no $E2E_MUTTER_INPUT (build dowsel_mutter_input)"
+  [ -d /tmp/.X11-unix ] || { mkdir -p /tmp/.X11-unix && chmod 1777 /tmp/.X11-unix; } 2>/dev/null \
+    || { echo "SKIP: no /tmp/.X11-unix for Xwayland's socket"; exit 77; }
+  printf '#!/bin/sh\nprintf "%%s\\n%%s\\n" "$DISPLAY" "$XAUTHORITY" >"%s/mutter-x.tmp" && mv "%s/mutter-x.tmp" "%s/mutter-x"\nexec sleep infinity\n' \
+    "$E2E_ROOT" "$E2E_ROOT" "$E2E_ROOT" >"$E2E_ROOT/mutter-ready.sh"
+  chmod +x "$E2E_ROOT/mutter-ready.sh"
+  WAYLAND_DISPLAY= DISPLAY= XAUTHORITY= QT_QPA_PLATFORM= \
+    mutter --wayland --headless --virtual-monitor "${width}x${height}" --wayland-display dowsel-mutter \
+    -- "$E2E_ROOT/mutter-ready.sh" >"$E2E_ROOT/mutter.log" 2>&1 &
+  E2E_PIDS+=($!)
+  wait_for 30 test -s "$E2E_ROOT/mutter-x" \
+    || { echo "SKIP: headless Mutter with Xwayland did not start here: $(tail -n 3 "$E2E_ROOT/mutter.log")"; exit 77; }
+  export WAYLAND_DISPLAY=dowsel-mutter XDG_CURRENT_DESKTOP=GNOME XDG_SESSION_TYPE=wayland
+  export DISPLAY=$(sed -n 1p "$E2E_ROOT/mutter-x") XAUTHORITY=$(sed -n 2p "$E2E_ROOT/mutter-x")
+  [ -n "$XAUTHORITY" ] || unset XAUTHORITY
+  E2E_SWAY_OUTPUT_SIZE="$width $height"
+  wait_for 10 xdpyinfo >/dev/null 2>&1 || fail "Mutter's Xwayland on $DISPLAY does not answer"
 }
