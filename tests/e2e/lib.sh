@@ -149,7 +149,7 @@ window_origin() {
 e2e_start_sway() {
   local width=${1:-1280} height=${2:-800} i
   local tool
-  for tool in sway swaymsg Xwayland grim wtype xhost; do
+  for tool in sway swaymsg Xwayland grim xhost; do
     command -v "$tool" >/dev/null || { echo "SKIP: $tool is not installed (scripts/setup installs it)"; exit 77; }
   done
   local run_as=() runtime="$E2E_ROOT/sway/run"

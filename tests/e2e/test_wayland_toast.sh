@@ -6,32 +6,27 @@
 # opens it and give the keyboard back when done. The `dowsel toast` commands drive it.
 # Skips (77) where sway cannot start.
 source "$(dirname "$0")/lib.sh"
-RECORDER=${RECORDER:-$(dirname "$DOWSEL")/tests/dowsel_click_recorder}
-[ -x "$RECORDER" ] || fail "no click recorder at $RECORDER (build dowsel_click_recorder)"
-D="$HOME/Downloads"
-mkdir -p "$HOME/Documents/Invoices" "$HOME/Music/Live"
 e2e_start_sway 1280 800
 e2e_start_bus
 e2e_settings
+source "$(dirname "$0")/wayland_checks.sh"
 
 # A headless sway has no keyboard; Xwayland passes keys on only while the seat has one.
 e2e_start_wl_keyboard
 
 # The user's application: a native Wayland window filling the screen.
-CLICKS="$E2E_ROOT/recorder.log"
-: >"$CLICKS"
-QT_QPA_PLATFORM=wayland "$RECORDER" "$CLICKS" >"$E2E_ROOT/recorder.out" 2>&1 &
-E2E_PIDS+=($!)
-wait_for 10 grep -q "^focus in" "$CLICKS" || fail "the test window did not come up: $(cat "$E2E_ROOT/recorder.out")"
-recorder_focus() { grep "^focus" "$CLICKS" | tail -n 1; }
-recorder_has_focus() { [ "$(recorder_focus)" = "focus in" ]; }
-recorder_keys() { grep "^key " "$CLICKS" | cut -c5- | tr -d '\n'; }
+start_recorder "$E2E_ROOT/recorder.log"
 
 # The toast's log says when an input holds the keyboard; keys typed before that are lost.
 QT_LOGGING_RULES="dowsel.toast.debug=true" e2e_launch
 grabs() { grep -c "Keyboard grabbed for an input panel" "$E2E_ROOT/dowsel.log" || true; }
-toast_showing() { "$DOWSEL" status | grep -q "^Toast showing: *yes$"; }
-toast_gone() { "$DOWSEL" status | grep -q "^Toast showing: *no$"; }
+open_input() {
+  local before
+  before=$(grabs)
+  "$DOWSEL" toast "$1" || fail "dowsel toast $1 failed"
+  wait_for 5 eval '! recorder_has_focus' || fail "the $1 input did not take the keyboard"
+  wait_for 5 eval '[ "$(grabs)" -gt '"$before"' ]' || fail "the $1 input did not grab the keyboard"
+}
 "$DOWSEL" status >"$E2E_ROOT/status" || fail "dowsel status failed"
 grep -q "^Session: *wayland (sway)$" "$E2E_ROOT/status" || fail "status under sway: $(cat "$E2E_ROOT/status")"
 grep -q "^Windows: *through Xwayland (wlroots wm): .*inputs take the keyboard" "$E2E_ROOT/status" \
@@ -39,11 +34,7 @@ grep -q "^Windows: *through Xwayland (wlroots wm): .*inputs take the keyboard" "
 pass "on a Wayland session with Xwayland Dowsel draws through Xwayland and says so"
 
 # --- The island: top centre, above the window, not taking its keyboard.
-echo a >"$D/a.txt"
-wait_for 10 toast_showing || fail "no toast for a.txt"
-island=$(mapped_window_of_size 820x120) || fail "no island window: $(xwininfo -root -children)"
-[ "$(window_origin "$island")" = "230 0" ] || fail "the island is at $(window_origin "$island"), not the top centre"
-sleep 0.5 # the island grows in
+check_island_at a.txt 230 0
 grim "$E2E_ROOT/shot.png"
 [ -n "${E2E_SHOTS:-}" ] && cp "$E2E_ROOT/shot.png" "$E2E_SHOTS/wayland-toast.png"
 is_recorder_blue() { [ "$(png_pixel "$E2E_ROOT/shot.png" "$1" "$2")" = "32 96 208" ]; }
@@ -52,53 +43,17 @@ is_island_dark 640 12 || fail "no island drawn at the top centre: $(png_pixel "$
 is_island_dark 400 12 && is_island_dark 880 12 || fail "the island is not centred"
 is_recorder_blue 200 12 && is_recorder_blue 1080 12 && is_recorder_blue 640 300 \
   || fail "the window around the island is hidden: $(png_pixel "$E2E_ROOT/shot.png" 200 12)"
-recorder_has_focus || fail "the island took the keyboard from the window: $(recorder_focus)"
 pass "the island is drawn at the top centre above the window, which keeps the keyboard"
 
-wl_click_at 150 300
-wait_for 5 grep -q "^press 150 300" "$CLICKS" || fail "a click on the window did not reach it: $(cat "$CLICKS")"
-wl_click_at 200 40
-wait_for 5 grep -q "^press 200 40" "$CLICKS" || fail "a click beside the island did not reach the window: $(cat "$CLICKS")"
-toast_showing || fail "a click beside the island closed the toast"
-presses=$(grep -c "^press" "$CLICKS")
-wl_click_at 640 3
-sleep 0.3
-[ "$(grep -c "^press" "$CLICKS")" -eq "$presses" ] || fail "a click on the island went through it: $(tail -n 1 "$CLICKS")"
+check_clicks_beside_island 1280
 pass "clicks beside the island reach the window below; clicks on it do not"
 
 # --- The time input, opened by the command, takes the keys and gives the keyboard back.
-grabs_before=$(grabs)
-"$DOWSEL" toast time || fail "dowsel toast time failed"
-wait_for 5 eval '! recorder_has_focus' || fail "the time input did not take the keyboard"
-wait_for 5 eval '[ "$(grabs)" -gt "$grabs_before" ]' || fail "the time input did not grab the keyboard"
-wl_keys type 2h
-wl_keys key Return
-wait_for 5 state_is a.txt temporary || fail "2h and Return in the time input did not keep a.txt: $(state_of a.txt); the window got \"$(recorder_keys)\""
-kept=$(DB "select cast(round(expires_at - marked_temporary_at) as integer) from tracked_file where file_name = 'a.txt'")
-[ "$kept" = 7200 ] || fail "the time input kept a.txt for $kept s"
-"$DOWSEL" list | grep -q "^temporary .*$D/a.txt$" || fail "dowsel list: $("$DOWSEL" list)"
-[ -z "$(recorder_keys)" ] || fail "keys typed into the time input reached the window: $(recorder_keys)"
-wait_for 5 recorder_has_focus || fail "the keyboard did not go back to the window"
-wl_keys type x
-wait_for 5 eval '[ "$(recorder_keys)" = x ]' || fail "keys after the time input do not reach the window: $(recorder_keys)"
+check_time_input a.txt
 pass "the time input takes typed keys (2h + Return keeps the file for 2 h) and gives the keyboard back"
 
 # --- The move input, opened by its command: typed words pick the folder, Return moves there.
-echo slides >"$D/slides.pdf"
-wait_for 10 toast_showing || fail "no toast for slides.pdf"
-grabs_before=$(grabs)
-"$DOWSEL" toast move || fail "dowsel toast move failed"
-wait_for 5 eval '! recorder_has_focus' || fail "the move input did not take the keyboard"
-wait_for 5 eval '[ "$(grabs)" -gt "$grabs_before" ]' || fail "the move input did not grab the keyboard"
-move_input=$(mapped_window_of_size '500x[0-9]*') || fail "no move input window: $(xwininfo -root -children)"
-read -r x y < <(window_origin "$move_input")
-[ "$x" = 390 ] && [ "$y" -ge 72 ] && [ "$y" -le 140 ] || fail "the move input is at $x $y, not under the island"
-wl_keys type docu invo
-sleep 0.5 # the folder index answers
-wl_keys key Return
-wait_for 5 test -e "$HOME/Documents/Invoices/slides.pdf" || fail "the move input did not move slides.pdf: the window got \"$(recorder_keys)\""
-[ "$(recorder_keys)" = x ] || fail "keys typed into the move input reached the window: $(recorder_keys)"
-wait_for 5 recorder_has_focus || fail "the keyboard did not go back after the move input"
+check_move_input 1280
 pass "the move input takes typed keys and moves the file into the folder they name"
 
 # --- Over a full-screen window the island still shows, and still leaves the keyboard alone.
@@ -132,24 +87,14 @@ pass "dowsel toast keep and dismiss act on the toast under sway"
 
 # --- A click in another window takes the keyboard from an open input, which closes as
 # cancelled, as it does on X11.
-CLICKS2="$E2E_ROOT/recorder2.log"
-: >"$CLICKS2"
-QT_QPA_PLATFORM=wayland "$RECORDER" "$CLICKS2" >>"$E2E_ROOT/recorder.out" 2>&1 &
-E2E_PIDS+=($!)
-wait_for 10 grep -q "^focus in" "$CLICKS2" || fail "the second window did not come up: $(cat "$E2E_ROOT/recorder.out")"
+first_window=$CLICKS
+start_recorder "$E2E_ROOT/recorder2.log"
+CLICKS=$first_window
 echo g >"$D/g.txt"
 wait_for 10 toast_showing || fail "no toast for g.txt"
-grabs_before=$(grabs)
-"$DOWSEL" toast time || fail "dowsel toast time failed"
-wait_for 5 eval '[ "$(grabs)" -gt "$grabs_before" ]' || fail "the time input did not grab the keyboard"
-wl_keys type 3
-wl_click_at 300 500 # sway tiles the first window on the left half
-wait_for 5 recorder_has_focus || fail "the click did not give the keyboard to the first window"
-wait_for 5 eval '! mapped_window_of_size "500x72" >/dev/null' || fail "the time input stayed open after a click in another window"
+check_click_elsewhere_closes_input g.txt 300 500 # sway tiles the first window on the left half
 wl_keys type y
 wait_for 5 eval '[ "$(recorder_keys)" = xy ]' || fail "keys after the click went elsewhere: the window got \"$(recorder_keys)\""
-[ "$(state_of g.txt)" = unprocessed ] || fail "the cancelled time input acted on g.txt: $(state_of g.txt)"
-toast_showing || fail "the toast went with its cancelled input"
 "$DOWSEL" toast dismiss || fail "dowsel toast dismiss failed"
 pass "a click in another window closes an open input and takes the keyboard"
 
