@@ -3,12 +3,13 @@
 # is recorded once and offered once, when its writer is done, with its final size. The
 # browsers are Firefox ESR (an empty placeholder under the final name, the data in a .part
 # beside it) and Chromium (a .crdownload renamed at the end), both headless, fetching from a
-# local server that sends the data slowly.
+# local server that sends the data slowly. Where a downloader records where the file came
+# from (wget and curl with --xattr; headless Chromium records nothing), the toast names the site.
 source "$(dirname "$0")/lib.sh"
 e2e_start_x
 e2e_start_bus
 D="$HOME/Downloads"
-export QT_LOGGING_RULES="dowsel.processor.debug=true"
+export QT_LOGGING_RULES="dowsel.processor.debug=true;dowsel.toast.debug=true"
 e2e_settings
 e2e_launch
 LOG="$E2E_ROOT/dowsel.log"
@@ -32,6 +33,12 @@ expect_one() {
   [ "$(records_named "$1")" -eq 1 ] || fail "$3: $(records_named "$1") records for $1"
   pass "$3: $1 offered once, complete ($2 bytes)"
 }
+# came_from NAME SITE WHAT: the toast of NAME names SITE, read from the attributes its writer set.
+came_from() {
+  getfattr --only-values -n user.xdg.origin.url "$D/$1" >/dev/null 2>&1 || fail "$3 recorded no origin on $1"
+  wait_for 5 grep -qF "handleNewFile: $1 came from $2" "$LOG" || fail "$3: no site for $1: $(grep -F "$1 came from" "$LOG")"
+  pass "$3: the toast of $1 names the site $2"
+}
 # not_offered_yet NAME: the download is still running and has not been offered.
 not_offered_yet() { [ "$(offered "$1")" -eq 0 ] || fail "$1 was offered while it was still being written"; }
 
@@ -39,12 +46,14 @@ size=3000000
 curl -s -o "$D/curl slow.bin" "$URL/x?size=$size&seconds=4" & writer=$!
 sleep 2; not_offered_yet "curl slow.bin"; wait $writer
 expect_one "curl slow.bin" $size "curl, written in place over 4 s"
-curl -s -o "$D/curl fast.bin" "$URL/x?size=$size"
+curl -s --xattr -o "$D/curl fast.bin" "$URL/x?size=$size"
 expect_one "curl fast.bin" $size "curl, written in place at once"
+came_from "curl fast.bin" 127.0.0.1 "curl --xattr"
 
-wget -q -O "$D/wget.bin" "$URL/x?size=$size&seconds=3" & writer=$!
+wget -q --xattr -O "$D/wget.bin" "$URL/x?size=$size&seconds=3" & writer=$!
 sleep 2; not_offered_yet "wget.bin"; wait $writer
 expect_one "wget.bin" $size "wget, written in place"
+came_from wget.bin 127.0.0.1 "wget --xattr"
 
 if command -v aria2c >/dev/null; then
   aria2c -q --allow-overwrite=true -d "$D" -o "aria.bin" "$URL/x?size=$size&seconds=3" & writer=$!
