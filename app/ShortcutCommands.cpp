@@ -28,6 +28,8 @@ std::vector<ToastCommand> toastCommands()
             QCoreApplication::translate("ShortcutCommands", "Share it")},
         {QStringLiteral("delete"), QStringLiteral("toast delete"), QStringLiteral("Super+Shift+Backspace"),
             QCoreApplication::translate("ShortcutCommands", "Move it to the Trash")},
+        {QStringLiteral("trash-copy"), QStringLiteral("toast trash-copy"), QStringLiteral("Super+Shift+Alt+Backspace"),
+            QCoreApplication::translate("ShortcutCommands", "When it is a copy of a file already there, move the copy to the Trash")},
         // Escape alone would be taken from every application.
         {QStringLiteral("dismiss"), QStringLiteral("toast dismiss"), QStringLiteral("Super+Shift+Escape"),
             QCoreApplication::translate("ShortcutCommands", "Dismiss the toast; the file stays")},

@@ -162,7 +162,7 @@ TEST(ShortcutCommands, TheProgramIsDowselWhenThePathFindsThisVeryFileElseItsPath
     EXPECT_EQ(commandProgram(spaced, link), QStringLiteral("'") + dir.path() + QStringLiteral("/my build/it'\\''s dowsel'"));
 
     const std::vector<ToastCommand> commands = toastCommands();
-    ASSERT_EQ(commands.size(), 10u);
+    ASSERT_EQ(commands.size(), 11u) << "one command for each action of the toast, Escape's included";
     EXPECT_EQ(toastCommandLine(QStringLiteral("dowsel"), commands.front()), QStringLiteral("dowsel toast keep"));
     for (const ToastCommand &command : commands)
         EXPECT_TRUE(command.arguments.startsWith(QStringLiteral("toast ") + command.action)) << command.arguments.toStdString();

@@ -402,6 +402,10 @@ No tienes que conservar este archivo — solo está aquí para la demostración.
         <translation>Moverlo a la papelera</translation>
     </message>
     <message>
+        <source>When it is a copy of a file already there, move the copy to the Trash</source>
+        <translation>Si es una copia de un archivo que ya estaba, mover la copia a la papelera</translation>
+    </message>
+    <message>
         <source>Dismiss the toast; the file stays</source>
         <translation>Descartar el aviso; el archivo se queda</translation>
     </message>
