@@ -39,6 +39,10 @@ QT_QPA_PLATFORM=offscreen QT_LOGGING_RULES="dowsel.shortcuts.info=true" e2e_laun
 wait_for 20 eval '"$DOWSEL" status | grep -q "^Shortcuts portal: *\(bound\|no keys assigned\|missing\|declined\)"' \
   || fail "the portal never answered Dowsel: $("$DOWSEL" status)"
 grep -q 'BindShortcuts called' "$E2E_ROOT/portal-kde.log" || fail "the KDE portal saw no BindShortcuts: $(cat "$E2E_ROOT/portal-kde.log")"
+grep -A2 'ListShortcuts called' "$E2E_ROOT/portal-kde.log" | grep -q "session_handle" \
+  || fail "Dowsel did not ask which shortcuts the desktop already holds: $(cat "$E2E_ROOT/portal-kde.log")"
+grep -q '"keep".*"description", QVariant(QString, "Keep the new download as a temporary file")' "$E2E_ROOT/portal-kde.log" \
+  || fail "keep was not described in words: $(grep BindShortcuts -A3 "$E2E_ROOT/portal-kde.log")"
 grep -q '"keep".*"preferred_trigger", QVariant(QString, "LOGO+SHIFT+t")' "$E2E_ROOT/portal-kde.log" \
   || fail "keep was not asked for with Super+Shift+T: $(grep BindShortcuts -A3 "$E2E_ROOT/portal-kde.log")"
 "$DOWSEL" status >"$E2E_ROOT/status"

@@ -50,9 +50,16 @@ public:
 
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &) override
     {
+        calls.append(message.member());
+        if (message.interface() == u"org.freedesktop.host.portal.Registry" && message.member() == u"Register" && hasRegistry) {
+            registeredAppId = message.arguments().value(0).toString();
+            m_bus.send(message.createReply());
+            return true;
+        }
         if (message.interface() != portalInterface)
             return false;
-        const QVariant optionsArgument = message.arguments().value(message.member() == u"CreateSession" ? 0 : 3);
+        const int optionsAt = message.member() == u"CreateSession" ? 0 : message.member() == u"ListShortcuts" ? 1 : 3;
+        const QVariant optionsArgument = message.arguments().value(optionsAt);
         const QVariantMap options = qdbus_cast<QVariantMap>(optionsArgument.value<QDBusArgument>());
         QString sender = message.service().mid(1);
         sender.replace(QLatin1Char('.'), QLatin1Char('_'));
@@ -67,6 +74,8 @@ public:
                       + options.value(QStringLiteral("session_handle_token")).toString();
             results[QStringLiteral("session_handle")] =
                 sessionHandleAsObjectPath ? QVariant::fromValue(QDBusObjectPath(session)) : QVariant(session);
+        } else if (message.member() == u"ListShortcuts") {
+            results[QStringLiteral("shortcuts")] = QVariant::fromValue(remembered);
         } else if (message.member() == u"BindShortcuts") {
             ++bindCalls;
             boundSession = message.arguments().value(0).value<QDBusObjectPath>().path();
@@ -110,6 +119,12 @@ public:
         return {};
     }
 
+    // What the desktop still holds from an earlier start, as ListShortcuts answers.
+    QList<Shortcut> remembered;
+    // A portal of 1.19 or later, where a program started outside its desktop entry names itself.
+    bool hasRegistry = true;
+    QString registeredAppId;
+    QStringList calls;
     bool userDeclines = false;
     bool assignsKeysLater = false;
     bool sessionHandleAsObjectPath = false;

@@ -10,6 +10,7 @@
 #include <QDBusObjectPath>
 #include <QDBusVirtualObject>
 #include <QFile>
+#include <QGuiApplication>
 #include <QProcess>
 #include <QTemporaryFile>
 #include <QTest>
@@ -108,6 +109,66 @@ TEST_F(PortalShortcutsTest, OneSessionBindsDowselsCombinationsAsPreferredTrigger
     client->start();
     settle();
     EXPECT_EQ(portal->sessionsCreated, 1) << "a second start must not create another session";
+}
+
+TEST_F(PortalShortcutsTest, DowselNamesItselfFirstAndDescribesEachShortcutInWords)
+{
+    startPortal();
+    QGuiApplication::setDesktopFileName(QStringLiteral("app.dowsel.Dowsel"));
+    startClient();
+    QGuiApplication::setDesktopFileName(QString());
+    ASSERT_FALSE(portal->calls.isEmpty());
+    EXPECT_EQ(portal->calls.first(), QStringLiteral("Register")) << "the registry must come before any other call";
+    EXPECT_EQ(portal->registeredAppId, QStringLiteral("app.dowsel.Dowsel"));
+    ASSERT_EQ(portal->requested.size(), 10);
+    for (const Shortcut &shortcut : portal->requested) {
+        const QString description = shortcut.properties.value(QStringLiteral("description")).toString();
+        EXPECT_TRUE(description.contains(QLatin1Char(' '))) << shortcut.id.toStdString() << ": " << description.toStdString();
+    }
+}
+
+TEST_F(PortalShortcutsTest, APortalWithoutTheRegistryOrTheListStillBinds)
+{
+    startPortal();
+    portal->hasRegistry = false;
+    QGuiApplication::setDesktopFileName(QStringLiteral("app.dowsel.Dowsel"));
+    startClient();
+    QGuiApplication::setDesktopFileName(QString());
+    EXPECT_EQ(client->state(), PortalKeyGrabber::State::bound) << client->detail().toStdString();
+    EXPECT_EQ(portal->bindCalls, 1);
+}
+
+TEST_F(PortalShortcutsTest, ShortcutsTheDesktopKeptFromAnEarlierStartAreNotBoundAgain)
+{
+    startPortal();
+    for (const auto &[id, binding] : PortalKeyGrabber::shortcuts())
+        portal->remembered.append({id, {{QStringLiteral("trigger_description"), binding.second}}});
+    startClient();
+    EXPECT_EQ(client->state(), PortalKeyGrabber::State::bound) << client->detail().toStdString();
+    EXPECT_EQ(portal->bindCalls, 0) << "binding again would ask the user again at every start";
+    client->grab({keepKeys});
+    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("keep"));
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !pressed.empty(); }, 5000)) << "the kept shortcuts act";
+}
+
+TEST_F(PortalShortcutsTest, KeptShortcutsWithoutKeysWaitForTheUserToAssignThem)
+{
+    startPortal();
+    for (const auto &[id, binding] : PortalKeyGrabber::shortcuts())
+        portal->remembered.append({id, {{QStringLiteral("trigger_description"), QString()}}});
+    startClient();
+    EXPECT_EQ(client->state(), PortalKeyGrabber::State::unassigned);
+    EXPECT_EQ(portal->bindCalls, 0);
+}
+
+TEST_F(PortalShortcutsTest, ADesktopHoldingOnlySomeOfTheShortcutsIsAskedForAll)
+{
+    startPortal();
+    portal->remembered.append({QStringLiteral("keep"), {{QStringLiteral("trigger_description"), QStringLiteral("Meta+Shift+T")}}});
+    startClient();
+    EXPECT_EQ(portal->bindCalls, 1) << "a newer Dowsel's shortcut the desktop does not know yet";
+    EXPECT_EQ(portal->requested.size(), 10);
+    EXPECT_EQ(client->state(), PortalKeyGrabber::State::bound);
 }
 
 TEST_F(PortalShortcutsTest, ASessionHandedAsAnObjectPathIsFollowedToo)

@@ -281,6 +281,49 @@
     </message>
 </context>
 <context>
+    <name>PortalKeyGrabber</name>
+    <message>
+        <source>Keep the new download as a temporary file</source>
+        <translation>Conservar la nueva descarga como archivo temporal</translation>
+    </message>
+    <message>
+        <source>Type how long to keep the new download</source>
+        <translation>Escribir cuánto tiempo conservar la nueva descarga</translation>
+    </message>
+    <message>
+        <source>Share the new download</source>
+        <translation>Compartir la nueva descarga</translation>
+    </message>
+    <message>
+        <source>Copy the new download</source>
+        <translation>Copiar la nueva descarga</translation>
+    </message>
+    <message>
+        <source>Open the new download</source>
+        <translation>Abrir la nueva descarga</translation>
+    </message>
+    <message>
+        <source>Move the new download to a folder</source>
+        <translation>Mover la nueva descarga a una carpeta</translation>
+    </message>
+    <message>
+        <source>More actions for the new download</source>
+        <translation>Más acciones para la nueva descarga</translation>
+    </message>
+    <message>
+        <source>Move the new download to the Trash</source>
+        <translation>Mover la nueva descarga a la papelera</translation>
+    </message>
+    <message>
+        <source>Move the new download to the Trash when it is a copy</source>
+        <translation>Mover la nueva descarga a la papelera cuando es una copia</translation>
+    </message>
+    <message>
+        <source>Close the toast and leave the download alone</source>
+        <translation>Cerrar el aviso y dejar la descarga como está</translation>
+    </message>
+</context>
+<context>
     <name>PracticeFile</name>
     <message>
         <source>Dowsel README.md</source>

@@ -2,11 +2,13 @@
 
 #include "core/Logging.h"
 
+#include <QCoreApplication>
 #include <QDBusArgument>
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QGuiApplication>
 
 #include <algorithm>
 
@@ -18,6 +20,7 @@ const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
 const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString shortcutsInterface = QStringLiteral("org.freedesktop.portal.GlobalShortcuts");
 const QString requestInterface = QStringLiteral("org.freedesktop.portal.Request");
+const QString registryInterface = QStringLiteral("org.freedesktop.host.portal.Registry");
 
 // One entry of the portal's a(sa{sv}) shortcut lists.
 struct PortalShortcut {
@@ -44,6 +47,33 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, PortalShortcut &s
 }
 
 constexpr unsigned superShift = SuperModifier | ShiftModifier;
+
+// What the desktop's shortcut settings list for each shortcut.
+const std::map<QString, const char *> &descriptions()
+{
+    static const std::map<QString, const char *> texts{
+        {QStringLiteral("keep"), QT_TRANSLATE_NOOP("PortalKeyGrabber", "Keep the new download as a temporary file")},
+        {QStringLiteral("keep-for"), QT_TRANSLATE_NOOP("PortalKeyGrabber", "Type how long to keep the new download")},
+        {QStringLiteral("share"), QT_TRANSLATE_NOOP("PortalKeyGrabber", "Share the new download")},
+        {QStringLiteral("copy"), QT_TRANSLATE_NOOP("PortalKeyGrabber", "Copy the new download")},
+        {QStringLiteral("open"), QT_TRANSLATE_NOOP("PortalKeyGrabber", "Open the new download")},
+        {QStringLiteral("move"), QT_TRANSLATE_NOOP("PortalKeyGrabber", "Move the new download to a folder")},
+        {QStringLiteral("more"), QT_TRANSLATE_NOOP("PortalKeyGrabber", "More actions for the new download")},
+        {QStringLiteral("delete"), QT_TRANSLATE_NOOP("PortalKeyGrabber", "Move the new download to the Trash")},
+        {QStringLiteral("trash-copy"),
+         QT_TRANSLATE_NOOP("PortalKeyGrabber", "Move the new download to the Trash when it is a copy")},
+        {QStringLiteral("dismiss"), QT_TRANSLATE_NOOP("PortalKeyGrabber", "Close the toast and leave the download alone")},
+    };
+    return texts;
+}
+
+// Whether a listed shortcut has keys: the portal sends "trigger_description" empty for one
+// that has none yet.
+bool hasKeys(const PortalShortcut &shortcut)
+{
+    const QVariant trigger = shortcut.properties.value(QStringLiteral("trigger_description"));
+    return !trigger.isValid() || !trigger.toString().isEmpty();
+}
 
 } // namespace
 
@@ -96,20 +126,24 @@ bool PortalKeyGrabber::awaitResponse(const QString &token, const char *slot)
     return m_bus.connect(portalService, m_pendingRequest, requestInterface, QStringLiteral("Response"), this, slot);
 }
 
-void PortalKeyGrabber::call(const QString &method, const QVariantList &arguments, const QString &token, const char *slot)
+void PortalKeyGrabber::call(const QString &method, const QVariantList &arguments, const QString &token, const char *slot,
+                            std::function<void(const QString &)> onError)
 {
+    if (!onError)
+        onError = [this](const QString &error) { finish(State::missing, error); };
     if (!awaitResponse(token, slot)) {
-        finish(State::missing, m_bus.lastError().message());
+        onError(m_bus.lastError().message());
         return;
     }
     QDBusMessage message = QDBusMessage::createMethodCall(portalService, portalPath, shortcutsInterface, method);
     message.setArguments(arguments);
     auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, slot] {
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, slot, onError] {
         watcher->deleteLater();
         const QDBusPendingReply<QDBusObjectPath> reply = *watcher;
         if (reply.isError()) {
-            finish(State::missing, reply.error().message());
+            m_bus.disconnect(portalService, m_pendingRequest, requestInterface, QStringLiteral("Response"), this, slot);
+            onError(reply.error().message());
             return;
         }
         // Older portals name the request themselves: follow that one too.
@@ -136,6 +170,32 @@ void PortalKeyGrabber::start()
     }
     m_bus.connect(portalService, portalPath, shortcutsInterface, QStringLiteral("ShortcutsChanged"), this,
                   SLOT(onShortcutsChanged(QDBusMessage)));
+    registerApp();
+}
+
+void PortalKeyGrabber::registerApp()
+{
+    // The desktop files the shortcuts under the application they belong to. A program not
+    // started from its desktop entry has no name the portal can see unless it says which it
+    // is, before any other call; portals older than 1.19 have no registry and answer an error.
+    const QString appId = QGuiApplication::desktopFileName();
+    if (appId.isEmpty()) {
+        createSession();
+        return;
+    }
+    QDBusMessage message = QDBusMessage::createMethodCall(portalService, portalPath, registryInterface, QStringLiteral("Register"));
+    message << appId << QVariantMap();
+    auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, appId] {
+        watcher->deleteLater();
+        if (watcher->isError())
+            qCDebug(lcShortcuts).noquote() << "portal: no registry for " + appId + ": " + watcher->error().message();
+        createSession();
+    });
+}
+
+void PortalKeyGrabber::createSession()
+{
     const QString token = QStringLiteral("dowsel_session");
     call(QStringLiteral("CreateSession"),
          {QVariantMap{{QStringLiteral("handle_token"), token}, {QStringLiteral("session_handle_token"), token}}}, token,
@@ -155,10 +215,44 @@ void PortalKeyGrabber::onCreateSessionResponse(uint response, const QVariantMap 
         finish(State::declined, QStringLiteral("the desktop refused a shortcuts session"));
         return;
     }
+    // The desktop keeps what an earlier start bound: binding again would ask the user again.
+    const QString token = QStringLiteral("dowsel_list");
+    call(QStringLiteral("ListShortcuts"),
+         {QVariant::fromValue(QDBusObjectPath(m_session)), QVariantMap{{QStringLiteral("handle_token"), token}}}, token,
+         SLOT(onListResponse(uint, QVariantMap)), [this](const QString &error) {
+             qCDebug(lcShortcuts).noquote() << "portal: ListShortcuts failed: " + error;
+             bind();
+         });
+}
+
+void PortalKeyGrabber::onListResponse(uint response, const QVariantMap &results)
+{
+    m_bus.disconnect(portalService, m_pendingRequest, requestInterface, QStringLiteral("Response"), this,
+                     SLOT(onListResponse(uint, QVariantMap)));
+    PortalShortcuts listed;
+    const QVariant value = results.value(QStringLiteral("shortcuts"));
+    if (value.canConvert<QDBusArgument>())
+        value.value<QDBusArgument>() >> listed;
+    const bool allKnown = response == 0 && std::all_of(shortcuts().begin(), shortcuts().end(), [&listed](const auto &entry) {
+        return std::any_of(listed.begin(), listed.end(), [&entry](const PortalShortcut &s) { return s.id == entry.first; });
+    });
+    if (!allKnown) {
+        bind();
+        return;
+    }
+    qCInfo(lcShortcuts) << "portal: the desktop kept the shortcuts of an earlier start";
+    if (std::any_of(listed.begin(), listed.end(), hasKeys))
+        finish(State::bound);
+    else
+        finish(State::unassigned, QStringLiteral("the desktop has not assigned keys to the shortcuts yet"));
+}
+
+void PortalKeyGrabber::bind()
+{
     PortalShortcuts list;
     for (const auto &[id, binding] : shortcuts()) {
         list.append({id,
-                     {{QStringLiteral("description"), id},
+                     {{QStringLiteral("description"), QCoreApplication::translate("PortalKeyGrabber", descriptions().at(id))},
                       {QStringLiteral("preferred_trigger"), binding.second}}});
     }
     const QString token = QStringLiteral("dowsel_bind");

@@ -14,8 +14,9 @@
 namespace dowsel {
 
 // Global shortcuts through the desktop's org.freedesktop.portal.GlobalShortcuts (KDE Plasma,
-// GNOME 48 and later, Hyprland): one session created at start, Dowsel's shortcuts bound once
-// with its default combinations as preferred triggers. The portal owns the keys for good, so
+// GNOME 48 and later, Hyprland): Dowsel names itself to the portal (its desktop entry), creates
+// one session at start and binds its shortcuts with its default combinations as preferred
+// triggers, unless the desktop still holds them from an earlier start. The portal owns the keys for good, so
 // "grabbing" only chooses which activations reach Dowsel: none while no toast is up.
 class PortalKeyGrabber final : public QObject, public KeyGrabber {
     Q_OBJECT
@@ -43,15 +44,22 @@ public:
 
 private Q_SLOTS:
     void onCreateSessionResponse(uint response, const QVariantMap &results);
+    void onListResponse(uint response, const QVariantMap &results);
     void onBindResponse(uint response, const QVariantMap &results);
     void onActivated(const QDBusObjectPath &session, const QString &shortcutId, qulonglong timestamp,
                      const QVariantMap &options);
     void onShortcutsChanged(const QDBusMessage &message);
 
 private:
+    void registerApp();
+    void createSession();
+    void bind();
     QString requestPath(const QString &token) const;
     bool awaitResponse(const QString &token, const char *slot);
-    void call(const QString &method, const QVariantList &arguments, const QString &token, const char *slot);
+    // Calls `method`, whose answer comes in a Response to `slot`; an error reply goes to
+    // `onError`, by default the portal counting as missing.
+    void call(const QString &method, const QVariantList &arguments, const QString &token, const char *slot,
+              std::function<void(const QString &)> onError = {});
     void finish(State state, const QString &detail = {});
     void setState(State state, const QString &detail);
 
