@@ -534,6 +534,7 @@ ToastViewInput ToastController::viewInput() const
         .hasNotch = m_currentScreen && m_currentScreen->hasNotch,
         .state = m_state,
         .isOptionHeld = m_isOptionHeld,
+        .showsKeys = !m_shortcutsReachDowsel || m_shortcutsReachDowsel(),
     };
 }
 

@@ -93,6 +93,9 @@ public:
     void setOptionHeld(bool held);
     // Emits changed(), so that the shortcuts follow.
     void setOnboardingActive(bool active);
+    // Whether the shortcuts reach Dowsel, asked each time the island is drawn: where they do
+    // not (a Wayland desktop without the portal or bound commands), the badges show no keys.
+    void setShortcutsReachDowsel(std::function<bool()> check) { m_shortcutsReachDowsel = std::move(check); }
     // The onboarding takes the screen: the toast, its inputs, the hint and any demo go away
     // at once, and new downloads are recorded without a toast until it ends.
     void startOnboarding();
@@ -269,6 +272,7 @@ private:
     HintPhase m_demoPhase = HintPhase::running;
     bool m_hintVisible = false;
     std::function<void()> m_onActionDemoConcluded;
+    std::function<bool()> m_shortcutsReachDowsel;
 
     int m_activeCountdownSeconds = countdownTotal;
     Date m_countdownDeadline = 0;

@@ -24,6 +24,8 @@ struct ToastViewInput {
     bool hasNotch = false;
     DynamicIslandToastState state = DynamicIslandToastState::hidden;
     bool isOptionHeld = false;
+    // The badges show their key combinations only where the keys reach Dowsel.
+    bool showsKeys = true;
 };
 
 // The screen a toast is placed on, as far as the controller cares.

@@ -276,6 +276,8 @@ int runApplication(int argc, char *argv[])
     state.permissions().setAccessibilityCheck([&shortcuts] { return shortcuts.isInstalled(); });
     state.permissions().setPortalCheck([toastUi] { return portalStatusOf(toastUi->keyGrabber()); });
     toastUi->onShortcutsAvailabilityChanged = [&state] { state.permissions().refresh(); };
+    // Key caps on the island only where the keys reach Dowsel.
+    toastUi->controller().setShortcutsReachDowsel([&state] { return state.permissions().shortcutsGrant().granted; });
     state.permissions().setFileManagerReveal(revealInFileManager);
 
     ControlService control(state.trackedFileActor(), state.cleanupService(), clock, mainExecutor);

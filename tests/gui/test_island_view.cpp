@@ -202,6 +202,29 @@ TEST_F(IslandFixture, BadgeRowEndsBeforeTheRingWithAltOrWithout)
     }
 }
 
+TEST_F(IslandFixture, WhereTheKeysDoNotReachDowselTheBadgesShowNone)
+{
+    // The right end of what is drawn left of the ring, in the band of the badges.
+    const double ringLeft = ringCentre().x() - island::ringSize / 2;
+    const auto rowEnd = [&](bool showsKeys) {
+        ToastViewInput in = input(DynamicIslandToastState::visible, clock.now() + 7);
+        in.showsKeys = showsKeys;
+        show(in, 1);
+        const QImage image = render(view);
+        int end = 0;
+        for (int y = int(inset + 8); y < int(inset + 8 + island::thumbnailSize); ++y) {
+            for (int x = int(islandLeft() + island::leadingInset + island::thumbnailSize); x < int(ringLeft) - 4; ++x)
+                end = isBlack(image.pixelColor(x, y)) ? end : std::max(end, x);
+        }
+        return end;
+    };
+    const int withKeys = rowEnd(true);
+    const int withoutKeys = rowEnd(false);
+    // Nine key caps ("Super", "Shift" and a key, three times over) take well over 100 px.
+    EXPECT_LT(withoutKeys, withKeys - 100) << "with keys the row ends at " << withKeys << ", without at " << withoutKeys;
+    EXPECT_GT(withoutKeys, int(islandLeft() + 150)) << "the badges themselves stay";
+}
+
 TEST_F(IslandFixture, ACopyGetsALineUnderTheNameWithItsOwnBadge)
 {
     std::vector<QString> calls;

@@ -18,8 +18,8 @@ struct BadgeContent {
     QString label;
 };
 
-// Linux key names, the same on every badge and in the settings; the labels in the user's
-// language.
+// Linux key names, the same on every badge and in the settings, or none where the keys do not
+// reach Dowsel; the labels in the user's language.
 QStringList keys(std::initializer_list<const char *> names)
 {
     QStringList result;
@@ -27,25 +27,25 @@ QStringList keys(std::initializer_list<const char *> names)
         result << QString::fromUtf8(name);
     return result;
 }
-BadgeContent markTemporaryBadge()
+BadgeContent markTemporaryBadge(bool withKeys)
 {
-    return {keys({"Super", "Shift", "T"}), DynamicIslandToastView::tr("Mark temporary")};
+    return {withKeys ? keys({"Super", "Shift", "T"}) : QStringList(), DynamicIslandToastView::tr("Mark temporary")};
 }
-BadgeContent customTimeBadge()
+BadgeContent customTimeBadge(bool withKeys)
 {
-    return {keys({"Super", "Shift", "Alt", "T"}), DynamicIslandToastView::tr("Custom time…")};
+    return {withKeys ? keys({"Super", "Shift", "Alt", "T"}) : QStringList(), DynamicIslandToastView::tr("Custom time…")};
 }
-BadgeContent moveBadgeContent()
+BadgeContent moveBadgeContent(bool withKeys)
 {
-    return {keys({"Super", "Shift", "M"}), DynamicIslandToastView::tr("Move")};
+    return {withKeys ? keys({"Super", "Shift", "M"}) : QStringList(), DynamicIslandToastView::tr("Move")};
 }
-BadgeContent moreBadgeContent()
+BadgeContent moreBadgeContent(bool withKeys)
 {
-    return {keys({"Super", "Shift", "."}), DynamicIslandToastView::tr("More")};
+    return {withKeys ? keys({"Super", "Shift", "."}) : QStringList(), DynamicIslandToastView::tr("More")};
 }
-BadgeContent trashCopiesBadgeContent()
+BadgeContent trashCopiesBadgeContent(bool withKeys)
 {
-    return {keys({"Super", "Shift", "Alt", "Backspace"}), DynamicIslandToastView::tr("Trash the copy")};
+    return {withKeys ? keys({"Super", "Shift", "Alt", "Backspace"}) : QStringList(), DynamicIslandToastView::tr("Trash the copy")};
 }
 
 constexpr double badgeHeight = 20;
@@ -206,6 +206,7 @@ QPainterPath DynamicIslandToastView::islandOutline() const
 
 void DynamicIslandToastView::layoutBadges()
 {
+    const bool withKeys = m_frame.input.showsKeys;
     const QRectF rect = islandRect();
     const double contentTop = rect.top() + m_frame.input.topInset + 8;
     const double nameHeight = QFontMetricsF(nameFont()).height();
@@ -225,7 +226,7 @@ void DynamicIslandToastView::layoutBadges()
         double textRight = middleRight(rect);
         if (m_caption.offersTrashCopies) {
             const double scale = captionHeight / badgeHeight;
-            const double width = std::min(badgeWidth(trashCopiesBadgeContent()) * scale, (textRight - x) * 0.6);
+            const double width = std::min(badgeWidth(trashCopiesBadgeContent(withKeys)) * scale, (textRight - x) * 0.6);
             m_badgeRects[trashCopiesBadge] = QRectF(textRight - width, captionTop, width, captionHeight);
             textRight -= width + badgeSpacing;
         }
@@ -234,22 +235,22 @@ void DynamicIslandToastView::layoutBadges()
 
     // The row must end before the ring, whatever the fonts: when it is too long it is drawn
     // smaller, by the same factor with Alt held or not, so that it never jumps.
-    const double widestKeep = std::max(badgeWidth(markTemporaryBadge()), badgeWidth(customTimeBadge()));
+    const double widestKeep = std::max(badgeWidth(markTemporaryBadge(withKeys)), badgeWidth(customTimeBadge(withKeys)));
     const double rowWidth =
-        widestKeep + badgeWidth(moveBadgeContent()) + badgeWidth(moreBadgeContent()) + 2 * badgeSpacing;
+        widestKeep + badgeWidth(moveBadgeContent(withKeys)) + badgeWidth(moreBadgeContent(withKeys)) + 2 * badgeSpacing;
     const double scale = std::min(1.0, (middleRight(rect) - x) / rowWidth);
     const double top = y + badgeHeight * (1 - scale) / 2;
     const auto badgeFrame = [&](const BadgeContent &badge) {
         return QRectF(x, top, badgeWidth(badge) * scale, badgeHeight * scale);
     };
-    const BadgeContent keep = m_frame.input.isOptionHeld ? customTimeBadge() : markTemporaryBadge();
+    const BadgeContent keep = m_frame.input.isOptionHeld ? customTimeBadge(withKeys) : markTemporaryBadge(withKeys);
     m_badgeRects[keepBadge] = badgeFrame(keep);
-    m_customTimeRect = badgeFrame(customTimeBadge());
-    m_markTemporaryRect = badgeFrame(markTemporaryBadge());
+    m_customTimeRect = badgeFrame(customTimeBadge(withKeys));
+    m_markTemporaryRect = badgeFrame(markTemporaryBadge(withKeys));
     x = m_badgeRects[keepBadge].right() + badgeSpacing * scale;
-    m_badgeRects[moveBadge] = badgeFrame(moveBadgeContent());
+    m_badgeRects[moveBadge] = badgeFrame(moveBadgeContent(withKeys));
     x = m_badgeRects[moveBadge].right() + badgeSpacing * scale;
-    m_badgeRects[moreBadge] = badgeFrame(moreBadgeContent());
+    m_badgeRects[moreBadge] = badgeFrame(moreBadgeContent(withKeys));
 }
 
 QRectF DynamicIslandToastView::ringRect(const QRectF &island) const
@@ -315,16 +316,17 @@ void DynamicIslandToastView::paintIsland(QPainter &painter)
 
 void DynamicIslandToastView::paintBadges(QPainter &painter)
 {
+    const bool withKeys = m_frame.input.showsKeys;
     const double swap = std::clamp(m_frame.optionSwap, 0.0, 1.0);
     const auto press = [this](int badge) { return badge == m_pressAnimatedBadge ? m_press.currentValue().toDouble() : 0.0; };
     if (swap < 1)
-        paintBadge(painter, m_markTemporaryRect, markTemporaryBadge(), m_isHovering, press(keepBadge), 1 - swap);
+        paintBadge(painter, m_markTemporaryRect, markTemporaryBadge(withKeys), m_isHovering, press(keepBadge), 1 - swap);
     if (swap > 0)
-        paintBadge(painter, m_customTimeRect, customTimeBadge(), m_isHovering, press(keepBadge), swap);
-    paintBadge(painter, m_badgeRects[moveBadge], moveBadgeContent(), m_isHovering, press(moveBadge), 1);
-    paintBadge(painter, m_badgeRects[moreBadge], moreBadgeContent(), m_isHovering, press(moreBadge), 1);
+        paintBadge(painter, m_customTimeRect, customTimeBadge(withKeys), m_isHovering, press(keepBadge), swap);
+    paintBadge(painter, m_badgeRects[moveBadge], moveBadgeContent(withKeys), m_isHovering, press(moveBadge), 1);
+    paintBadge(painter, m_badgeRects[moreBadge], moreBadgeContent(withKeys), m_isHovering, press(moreBadge), 1);
     if (!m_badgeRects[trashCopiesBadge].isNull())
-        paintBadge(painter, m_badgeRects[trashCopiesBadge], trashCopiesBadgeContent(), m_isHovering,
+        paintBadge(painter, m_badgeRects[trashCopiesBadge], trashCopiesBadgeContent(withKeys), m_isHovering,
                    press(trashCopiesBadge), 1);
 }
 
