@@ -67,6 +67,15 @@ const std::map<QString, const char *> &descriptions()
     return texts;
 }
 
+// The a(sa{sv}) list a portal's answer or signal carries; empty when it carries none.
+PortalShortcuts shortcutsIn(const QVariant &value)
+{
+    PortalShortcuts list;
+    if (value.canConvert<QDBusArgument>())
+        value.value<QDBusArgument>() >> list;
+    return list;
+}
+
 // Whether a listed shortcut has keys: the portal sends "trigger_description" empty for one
 // that has none yet.
 bool hasKeys(const PortalShortcut &shortcut)
@@ -229,10 +238,7 @@ void PortalKeyGrabber::onListResponse(uint response, const QVariantMap &results)
 {
     m_bus.disconnect(portalService, m_pendingRequest, requestInterface, QStringLiteral("Response"), this,
                      SLOT(onListResponse(uint, QVariantMap)));
-    PortalShortcuts listed;
-    const QVariant value = results.value(QStringLiteral("shortcuts"));
-    if (value.canConvert<QDBusArgument>())
-        value.value<QDBusArgument>() >> listed;
+    const PortalShortcuts listed = shortcutsIn(results.value(QStringLiteral("shortcuts")));
     const bool allKnown = response == 0 && std::all_of(shortcuts().begin(), shortcuts().end(), [&listed](const auto &entry) {
         return std::any_of(listed.begin(), listed.end(), [&entry](const PortalShortcut &s) { return s.id == entry.first; });
     });
@@ -266,10 +272,7 @@ void PortalKeyGrabber::onBindResponse(uint response, const QVariantMap &results)
 {
     m_bus.disconnect(portalService, m_pendingRequest, requestInterface, QStringLiteral("Response"), this,
                      SLOT(onBindResponse(uint, QVariantMap)));
-    PortalShortcuts bound;
-    const QVariant value = results.value(QStringLiteral("shortcuts"));
-    if (value.canConvert<QDBusArgument>())
-        value.value<QDBusArgument>() >> bound;
+    const PortalShortcuts bound = shortcutsIn(results.value(QStringLiteral("shortcuts")));
     if (response != 0) {
         finish(State::declined, QStringLiteral("the shortcuts were not bound"));
         return;
@@ -289,10 +292,7 @@ void PortalKeyGrabber::onShortcutsChanged(const QDBusMessage &message)
         return;
     if (m_state != State::bound && m_state != State::unassigned)
         return;
-    PortalShortcuts shortcuts;
-    if (arguments.at(1).canConvert<QDBusArgument>())
-        arguments.at(1).value<QDBusArgument>() >> shortcuts;
-    if (shortcuts.isEmpty())
+    if (shortcutsIn(arguments.at(1)).isEmpty())
         setState(State::unassigned, QStringLiteral("the desktop has not assigned keys to the shortcuts yet"));
     else
         setState(State::bound, {});
