@@ -68,7 +68,7 @@ protected:
     {
         client = std::make_unique<PortalKeyGrabber>(QDBusConnection::connectToBus(m_address, QStringLiteral("portal-client")));
         client->onAvailabilityChanged = [this] { ++stateChanges; };
-        client->onPressed = [this](KeyCombination combination) { pressed.push_back(combination); };
+        client->onPressed = [this](KeyCombination combination, const QString &) { pressed.push_back(combination); };
         client->start();
         ASSERT_TRUE(QTest::qWaitFor([this] { return stateChanges > 0; }, 10000)) << "the client never settled";
     }
@@ -149,26 +149,37 @@ TEST_F(PortalShortcutsTest, ActivationsCountOnlyWhileTheirKeysAreWanted)
     EXPECT_EQ(pressed.size(), 2u);
 }
 
-TEST_F(PortalShortcutsTest, ThroughTheShortcutsAnActivationRunsTheToastsAction)
+TEST_F(PortalShortcutsTest, ThroughTheShortcutsAnActivationRunsTheToastsActionWithItsActivationToken)
 {
     startPortal();
     startClient();
     ManualExecutor main;
     GlobalShortcuts shortcuts(*client, main);
-    std::vector<ShortcutAction> actions;
-    shortcuts.onAction = [&actions](ShortcutAction action) { actions.push_back(action); };
+    std::vector<std::pair<ShortcutAction, QString>> actions;
+    shortcuts.onAction = [&actions](ShortcutAction action, const QString &activationToken) {
+        actions.emplace_back(action, activationToken);
+    };
     ASSERT_TRUE(shortcuts.installEventTap());
     EXPECT_TRUE(shortcuts.blockedShortcuts().isEmpty());
     shortcuts.update({.isOnboardingActive = false, .isToastShown = true, .isSecondarySurfaceOpen = false});
-    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("move"));
+    const QString token = QStringLiteral("kwin-3f0c2d1e-activation");
+    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("move"),
+                       {{QStringLiteral("activation_token"), token}});
     ASSERT_TRUE(QTest::qWaitFor([&main] { return main.queued() > 0; }, 5000));
     main.runAll();
-    EXPECT_EQ(actions, std::vector<ShortcutAction>{ShortcutAction::move});
+    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("keep-for"));
+    ASSERT_TRUE(QTest::qWaitFor([&main] { return main.queued() > 0; }, 5000));
+    main.runAll();
+    const std::vector<std::pair<ShortcutAction, QString>> expected{{ShortcutAction::move, token},
+                                                                   {ShortcutAction::customTime, QString()}};
+    EXPECT_EQ(actions, expected) << "an activation without a token carries none, not the last one";
+
     shortcuts.update({});
-    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("move"));
+    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("move"),
+                       {{QStringLiteral("activation_token"), token}});
     settle();
     main.runAll();
-    EXPECT_EQ(actions.size(), 1u) << "with the toast gone the activation is ignored";
+    EXPECT_EQ(actions.size(), 2u) << "with the toast gone the activation is ignored";
 }
 
 TEST_F(PortalShortcutsTest, AMissingPortalOrADecliningUserLeavesTheShortcutsUnavailable)

@@ -235,7 +235,7 @@ void PortalKeyGrabber::ungrabAll()
 }
 
 void PortalKeyGrabber::onActivated(const QDBusObjectPath &session, const QString &shortcutId, qulonglong,
-                                   const QVariantMap &)
+                                   const QVariantMap &options)
 {
     qCDebug(lcShortcuts).noquote() << "portal: Activated " + shortcutId;
     if (m_state != State::bound || session.path() != m_session)
@@ -246,7 +246,7 @@ void PortalKeyGrabber::onActivated(const QDBusObjectPath &session, const QString
     const KeyCombination combination = found->second.first;
     if (std::find(m_active.begin(), m_active.end(), combination) == m_active.end() || !onPressed)
         return;
-    onPressed(combination);
+    onPressed(combination, options.value(QStringLiteral("activation_token")).toString());
 }
 
 } // namespace dowsel
