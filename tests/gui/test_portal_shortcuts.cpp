@@ -1,4 +1,5 @@
 #include "FakePortal.h"
+#include "PrivateBus.h"
 #include "platform/fake/Executors.h"
 #include "platform/linux/gui/PortalKeyGrabber.h"
 #include "toast/GlobalShortcuts.h"
@@ -9,9 +10,6 @@
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusVirtualObject>
-#include <QFile>
-#include <QProcess>
-#include <QTemporaryFile>
 #include <QTest>
 #include <QTimer>
 
@@ -30,29 +28,16 @@ protected:
     {
         qDBusRegisterMetaType<Shortcut>();
         qDBusRegisterMetaType<QList<Shortcut>>();
-        // No service directories: a portal installed on the machine must not answer for a
-        // missing one.
-        QFile standard(QStringLiteral("/usr/share/dbus-1/session.conf"));
-        ASSERT_TRUE(standard.open(QIODevice::ReadOnly)) << "no session bus configuration";
-        ASSERT_TRUE(m_config.open());
-        for (const QByteArray &line : standard.readAll().split('\n')) {
-            if (!line.contains("standard_session_servicedirs") && !line.contains("<include"))
-                m_config.write(line + '\n');
-        }
-        m_config.close();
-        m_daemon.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--config-file=") + m_config.fileName(),
-                                                       QStringLiteral("--nofork"), QStringLiteral("--print-address=1")});
-        ASSERT_TRUE(m_daemon.waitForReadyRead(10000)) << "dbus-daemon did not start";
-        m_address = QString::fromUtf8(m_daemon.readLine()).trimmed();
-        ASSERT_FALSE(m_address.isEmpty());
+        // A portal installed on the machine must not answer for a missing one.
+        QString problem;
+        m_address = m_bus.start(&problem);
+        ASSERT_FALSE(m_address.isEmpty()) << problem.toStdString();
     }
 
     void TearDown() override
     {
         QDBusConnection::disconnectFromBus(QStringLiteral("portal-client"));
         QDBusConnection::disconnectFromBus(QStringLiteral("portal-fake"));
-        m_daemon.terminate();
-        m_daemon.waitForFinished(5000);
     }
 
     void startPortal()
@@ -82,8 +67,7 @@ protected:
     std::vector<KeyCombination> pressed;
 
 private:
-    QTemporaryFile m_config;
-    QProcess m_daemon;
+    dowsel::testing::PrivateBus m_bus;
     QString m_address;
 };
 
