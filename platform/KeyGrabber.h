@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QString>
+
 #include <functional>
 #include <vector>
 
@@ -44,8 +46,10 @@ public:
     // do so only on an X11 session, which the caller knows; the desktop's portal always does.
     virtual bool isDesktopWide() const { return false; }
 
-    // Called on the main thread, from the event loop.
-    std::function<void(KeyCombination)> onPressed;
+    // Called on the main thread, from the event loop. `activationToken`: what the desktop
+    // handed over with the press so that a window opened in answer may take the focus (an
+    // xdg-activation token); empty when it gave none.
+    std::function<void(KeyCombination, const QString &activationToken)> onPressed;
     std::function<void(bool isDown)> onAltChanged;
     // Called on the main thread when isAvailable() changed after the start (a portal that
     // answered).

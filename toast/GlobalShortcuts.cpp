@@ -167,7 +167,9 @@ bool GlobalShortcuts::installEventTap()
         return true;
     if (!m_grabber.isAvailable())
         return false;
-    m_grabber.onPressed = [this](KeyCombination combination) { handlePress(combination); };
+    m_grabber.onPressed = [this](KeyCombination combination, const QString &activationToken) {
+        handlePress(combination, activationToken);
+    };
     m_grabber.onAltChanged = [this](bool isDown) { handleAlt(isDown); };
 
     // A trial grab of everything, released at once, tells which combinations are taken.
@@ -241,21 +243,21 @@ void GlobalShortcuts::releaseKeyboard()
     m_grabbed.clear();
 }
 
-void GlobalShortcuts::handlePress(KeyCombination combination)
+void GlobalShortcuts::handlePress(KeyCombination combination, const QString &activationToken)
 {
     const std::optional<ShortcutAction> action = shortcutAction(combination, m_context);
     if (!action || !onAction)
         return;
     qCDebug(lcShortcuts).noquote() << "keyDown: " + shortcutText(combination);
-    m_main.post([action = *action, callback = onAction] { callback(action); });
+    m_main.post([action = *action, activationToken, callback = onAction] { callback(action, activationToken); });
 }
 
-std::optional<CommandRefusal> GlobalShortcuts::runCommand(ShortcutAction action)
+std::optional<CommandRefusal> GlobalShortcuts::runCommand(ShortcutAction action, const QString &activationToken)
 {
     if (const auto refusal = commandRefusal(m_context))
         return refusal;
     if (onAction)
-        m_main.post([action, callback = onAction] { callback(action); });
+        m_main.post([action, activationToken, callback = onAction] { callback(action, activationToken); });
     return std::nullopt;
 }
 

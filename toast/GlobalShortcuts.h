@@ -81,8 +81,8 @@ public:
     // including the one a shortcut still held down keeps active.
     void releaseKeyboard();
     // Runs `action` as its key would, later on the main executor, when the toast answers
-    // keys now; otherwise says why not and does nothing.
-    std::optional<CommandRefusal> runCommand(ShortcutAction action);
+    // keys now; otherwise says why not and does nothing. `activationToken` goes with it.
+    std::optional<CommandRefusal> runCommand(ShortcutAction action, const QString &activationToken = {});
     const ShortcutContext &context() const { return m_context; }
 
     // Combinations that another program holds, as "Super+Shift+T"; they stay with that program.
@@ -91,12 +91,14 @@ public:
     // After the blocked list changed.
     std::function<void()> onBlockedChanged;
 
-    std::function<void(ShortcutAction)> onAction;
+    // `activationToken`: what the desktop handed over with the key or the command, for a
+    // panel that opens in answer to take the focus; empty when there is none.
+    std::function<void(ShortcutAction, const QString &activationToken)> onAction;
     std::function<void(bool isHeld)> onOptionHeldChanged;
 
 private:
     void applyGrabs();
-    void handlePress(KeyCombination combination);
+    void handlePress(KeyCombination combination, const QString &activationToken);
     void handleAlt(bool isDown);
 
     KeyGrabber &m_grabber;

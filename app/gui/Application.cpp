@@ -281,8 +281,9 @@ int runApplication(int argc, char *argv[])
     state.permissions().setFileManagerReveal(revealInFileManager);
 
     ControlService control(state.trackedFileActor(), state.cleanupService(), clock, mainExecutor);
-    control.runToastCommand = [toastUi](ShortcutAction action, std::optional<Seconds> duration) {
-        return toastUi->runCommand(action, duration);
+    control.runToastCommand = [toastUi](ShortcutAction action, std::optional<Seconds> duration,
+                                        const QString &activationToken) {
+        return toastUi->runCommand(action, duration, activationToken);
     };
     control.status = [&state, &shortcuts, downloads] { return statusReport(state, shortcuts, downloads); };
     // Only on Wayland are the commands what stands in for the shortcuts.

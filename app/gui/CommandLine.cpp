@@ -162,9 +162,21 @@ int status(QDBusInterface &dowsel)
     return 0;
 }
 
+// What the desktop that runs the command for a key gave it for the window that opens in
+// answer to take the focus: a Wayland launcher's xdg-activation token, else an X11 startup ID
+// (GNOME and KDE set one as well).
+QString activationToken()
+{
+    const QByteArray token = qgetenv("XDG_ACTIVATION_TOKEN");
+    return QString::fromUtf8(token.isEmpty() ? qgetenv("DESKTOP_STARTUP_ID") : token);
+}
+
 int toast(QDBusInterface &dowsel, const QString &action, const QString &duration)
 {
-    const QDBusMessage reply = dowsel.call(QStringLiteral("Toast"), action, duration);
+    QDBusMessage reply = dowsel.call(QStringLiteral("ToastWithActivation"), action, duration, activationToken());
+    // A Dowsel started before an upgrade knows only Toast().
+    if (reply.type() == QDBusMessage::ErrorMessage && reply.errorName() == u"org.freedesktop.DBus.Error.UnknownMethod")
+        reply = dowsel.call(QStringLiteral("Toast"), action, duration);
     if (reply.type() == QDBusMessage::ErrorMessage) {
         printLine(QStringLiteral("dowsel: ") + reply.errorMessage(), stderr);
         return 1;

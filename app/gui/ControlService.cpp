@@ -293,6 +293,16 @@ QByteArray ControlService::Restore(const QByteArray &file)
 
 void ControlService::Toast(const QString &action, const QString &duration)
 {
+    runToast(action, duration, {});
+}
+
+void ControlService::ToastWithActivation(const QString &action, const QString &duration, const QString &activationToken)
+{
+    runToast(action, duration, activationToken);
+}
+
+void ControlService::runToast(const QString &action, const QString &duration, const QString &activationToken)
+{
     const auto shortcut = toastAction(action);
     if (!shortcut) {
         sendErrorReply(errorUnknownAction,
@@ -316,7 +326,7 @@ void ControlService::Toast(const QString &action, const QString &duration)
         sendErrorReply(errorNoToast, QStringLiteral("no toast is showing"));
         return;
     }
-    const auto refusal = runToastCommand(*shortcut, interval);
+    const auto refusal = runToastCommand(*shortcut, interval, activationToken);
     if (!refusal)
         return;
     switch (*refusal) {

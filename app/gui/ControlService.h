@@ -38,8 +38,10 @@ public:
     // Exports the object on the session bus (after the name was claimed).
     bool exportOnSessionBus();
 
-    // What Toast() runs: an action on the toast that is up, as its key would.
-    std::function<std::optional<CommandRefusal>(ShortcutAction, std::optional<Seconds>)> runToastCommand;
+    // What Toast() runs: an action on the toast that is up, as its key would, with the
+    // activation token the caller was given (empty when none).
+    std::function<std::optional<CommandRefusal>(ShortcutAction, std::optional<Seconds>, const QString &activationToken)>
+        runToastCommand;
     // What Status() reports.
     std::function<QJsonObject()> status;
     // A Toast() whose caller has no terminal, as a desktop's key binding runs it: `action`
@@ -62,6 +64,10 @@ public Q_SLOTS:
     // Acts on the toast that is up: "keep", "keep-for" (with `duration`), "time", "move",
     // "more", "open", "copy", "share", "delete", "dismiss". An error when no toast is showing.
     void Toast(const QString &action, const QString &duration);
+    // Toast(), for a caller that a desktop started with an activation token
+    // (XDG_ACTIVATION_TOKEN or DESKTOP_STARTUP_ID): the input or menu that opens takes the
+    // focus with it. An empty token is none.
+    void ToastWithActivation(const QString &action, const QString &duration, const QString &activationToken);
     // JSON object: the session, whether the shortcuts work and why not, the combinations
     // another program holds, autostart, Downloads access.
     QString Status();
@@ -84,6 +90,7 @@ private:
     // `then` there with its id; replies with an error when there is none.
     void withRecord(const QByteArray &path, std::function<Answer(TrackedFileStore &, RecordId)> then);
     void noteCaller(const QString &action);
+    void runToast(const QString &action, const QString &duration, const QString &activationToken);
 
     TrackedFileActor &m_store;
     CleanupService &m_cleanup;

@@ -38,14 +38,15 @@ public:
         return std::find(grabbed.begin(), grabbed.end(), combination) != grabbed.end();
     }
 
-    // A key press as the X server would route it: only grabbed combinations reach Dowsel.
-    // Returns true when Dowsel received (and so swallowed) it.
-    bool press(KeyCombination combination)
+    // A key press as the X server would route it: only grabbed combinations reach Dowsel,
+    // with the activation token a desktop may hand over with it. Returns true when Dowsel
+    // received (and so swallowed) it.
+    bool press(KeyCombination combination, const QString &activationToken = {})
     {
         if (!isGrabbed(combination))
             return false;
         if (onPressed)
-            onPressed(combination);
+            onPressed(combination, activationToken);
         return true;
     }
 

@@ -4,7 +4,8 @@
 //   dbus-send --session --dest=org.freedesktop.portal.Desktop /fake app.dowsel.FakePortal.AssignKeys
 // A test fires a shortcut with
 //   dbus-send --session --dest=org.freedesktop.portal.Desktop /fake app.dowsel.FakePortal.Activate string:keep
-// which sends Activated, then Deactivated, for the session Dowsel created.
+// which sends Activated, then Deactivated, for the session Dowsel created; with a second
+// argument, string:TOKEN, Activated carries it as its activation_token.
 #include "../gui/FakePortal.h"
 
 #include <QCoreApplication>
@@ -30,7 +31,10 @@ public:
         if (message.member() != u"Activate")
             return false;
         const QString id = message.arguments().value(0).toString();
-        m_portal.emitSignal(QStringLiteral("Activated"), m_portal.session, id);
+        QVariantMap options;
+        if (message.arguments().size() > 1)
+            options[QStringLiteral("activation_token")] = message.arguments().value(1).toString();
+        m_portal.emitSignal(QStringLiteral("Activated"), m_portal.session, id, options);
         m_portal.emitSignal(QStringLiteral("Deactivated"), m_portal.session, id);
         m_bus.send(message.createReply());
         return true;

@@ -94,10 +94,10 @@ public:
         return true;
     }
 
-    void emitSignal(const QString &name, const QString &sessionPath, const QString &id)
+    void emitSignal(const QString &name, const QString &sessionPath, const QString &id, const QVariantMap &options = {})
     {
         QDBusMessage signal = QDBusMessage::createSignal(portalPath, portalInterface, name);
-        signal << QVariant::fromValue(QDBusObjectPath(sessionPath)) << id << qulonglong(1234) << QVariantMap();
+        signal << QVariant::fromValue(QDBusObjectPath(sessionPath)) << id << qulonglong(1234) << options;
         m_bus.send(signal);
     }
 

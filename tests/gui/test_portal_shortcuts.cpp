@@ -1,4 +1,5 @@
 #include "FakePortal.h"
+#include "PrivateBus.h"
 #include "platform/fake/Executors.h"
 #include "platform/linux/gui/PortalKeyGrabber.h"
 #include "toast/GlobalShortcuts.h"
@@ -9,10 +10,7 @@
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusVirtualObject>
-#include <QFile>
 #include <QGuiApplication>
-#include <QProcess>
-#include <QTemporaryFile>
 #include <QTest>
 #include <QTimer>
 
@@ -31,29 +29,16 @@ protected:
     {
         qDBusRegisterMetaType<Shortcut>();
         qDBusRegisterMetaType<QList<Shortcut>>();
-        // No service directories: a portal installed on the machine must not answer for a
-        // missing one.
-        QFile standard(QStringLiteral("/usr/share/dbus-1/session.conf"));
-        ASSERT_TRUE(standard.open(QIODevice::ReadOnly)) << "no session bus configuration";
-        ASSERT_TRUE(m_config.open());
-        for (const QByteArray &line : standard.readAll().split('\n')) {
-            if (!line.contains("standard_session_servicedirs") && !line.contains("<include"))
-                m_config.write(line + '\n');
-        }
-        m_config.close();
-        m_daemon.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--config-file=") + m_config.fileName(),
-                                                       QStringLiteral("--nofork"), QStringLiteral("--print-address=1")});
-        ASSERT_TRUE(m_daemon.waitForReadyRead(10000)) << "dbus-daemon did not start";
-        m_address = QString::fromUtf8(m_daemon.readLine()).trimmed();
-        ASSERT_FALSE(m_address.isEmpty());
+        // A portal installed on the machine must not answer for a missing one.
+        QString problem;
+        m_address = m_bus.start(&problem);
+        ASSERT_FALSE(m_address.isEmpty()) << problem.toStdString();
     }
 
     void TearDown() override
     {
         QDBusConnection::disconnectFromBus(QStringLiteral("portal-client"));
         QDBusConnection::disconnectFromBus(QStringLiteral("portal-fake"));
-        m_daemon.terminate();
-        m_daemon.waitForFinished(5000);
     }
 
     void startPortal()
@@ -69,7 +54,7 @@ protected:
     {
         client = std::make_unique<PortalKeyGrabber>(QDBusConnection::connectToBus(m_address, QStringLiteral("portal-client")));
         client->onAvailabilityChanged = [this] { ++stateChanges; };
-        client->onPressed = [this](KeyCombination combination) { pressed.push_back(combination); };
+        client->onPressed = [this](KeyCombination combination, const QString &) { pressed.push_back(combination); };
         client->start();
         ASSERT_TRUE(QTest::qWaitFor([this] { return stateChanges > 0; }, 10000)) << "the client never settled";
     }
@@ -83,8 +68,7 @@ protected:
     std::vector<KeyCombination> pressed;
 
 private:
-    QTemporaryFile m_config;
-    QProcess m_daemon;
+    dowsel::testing::PrivateBus m_bus;
     QString m_address;
 };
 
@@ -210,26 +194,37 @@ TEST_F(PortalShortcutsTest, ActivationsCountOnlyWhileTheirKeysAreWanted)
     EXPECT_EQ(pressed.size(), 2u);
 }
 
-TEST_F(PortalShortcutsTest, ThroughTheShortcutsAnActivationRunsTheToastsAction)
+TEST_F(PortalShortcutsTest, ThroughTheShortcutsAnActivationRunsTheToastsActionWithItsActivationToken)
 {
     startPortal();
     startClient();
     ManualExecutor main;
     GlobalShortcuts shortcuts(*client, main);
-    std::vector<ShortcutAction> actions;
-    shortcuts.onAction = [&actions](ShortcutAction action) { actions.push_back(action); };
+    std::vector<std::pair<ShortcutAction, QString>> actions;
+    shortcuts.onAction = [&actions](ShortcutAction action, const QString &activationToken) {
+        actions.emplace_back(action, activationToken);
+    };
     ASSERT_TRUE(shortcuts.installEventTap());
     EXPECT_TRUE(shortcuts.blockedShortcuts().isEmpty());
     shortcuts.update({.isOnboardingActive = false, .isToastShown = true, .isSecondarySurfaceOpen = false});
-    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("move"));
+    const QString token = QStringLiteral("kwin-3f0c2d1e-activation");
+    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("move"),
+                       {{QStringLiteral("activation_token"), token}});
     ASSERT_TRUE(QTest::qWaitFor([&main] { return main.queued() > 0; }, 5000));
     main.runAll();
-    EXPECT_EQ(actions, std::vector<ShortcutAction>{ShortcutAction::move});
+    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("keep-for"));
+    ASSERT_TRUE(QTest::qWaitFor([&main] { return main.queued() > 0; }, 5000));
+    main.runAll();
+    const std::vector<std::pair<ShortcutAction, QString>> expected{{ShortcutAction::move, token},
+                                                                   {ShortcutAction::customTime, QString()}};
+    EXPECT_EQ(actions, expected) << "an activation without a token carries none, not the last one";
+
     shortcuts.update({});
-    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("move"));
+    portal->emitSignal(QStringLiteral("Activated"), portal->session, QStringLiteral("move"),
+                       {{QStringLiteral("activation_token"), token}});
     settle();
     main.runAll();
-    EXPECT_EQ(actions.size(), 1u) << "with the toast gone the activation is ignored";
+    EXPECT_EQ(actions.size(), 2u) << "with the toast gone the activation is ignored";
 }
 
 TEST_F(PortalShortcutsTest, AMissingPortalOrADecliningUserLeavesTheShortcutsUnavailable)

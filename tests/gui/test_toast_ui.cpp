@@ -243,6 +243,49 @@ TEST_F(ToastUiTest, TheMoreMenuAnswersItsOwnKeysAndArrows)
     EXPECT_EQ(trash.paths(), QByteArrayList{download("b.pdf")});
 }
 
+TEST_F(ToastUiTest, AnActivationTokenGoesWithItsKeyOrCommandToThePanelThatOpensAndNoLaterOne)
+{
+    const RecordId kept = arrive("a.pdf");
+    const auto panelToken = [this](ToastSurface surface) {
+        SurfacePanel *panel = host().surfacePanel(surface);
+        return panel ? std::optional(panel->activationToken()) : std::nullopt;
+    };
+
+    ASSERT_TRUE(keys->press(superShift(ShortcutKey::M), QStringLiteral("move-token")));
+    settle();
+    EXPECT_EQ(panelToken(ToastSurface::moveInput), QStringLiteral("move-token"));
+    // Refused while the input is open: its token must not wait for the next panel.
+    EXPECT_EQ(ui->runCommand(ShortcutAction::more, std::nullopt, QStringLiteral("refused-token")),
+              CommandRefusal::inputOpen);
+    QTest::keyClick(&openedView<MoveInputView>(ToastSurface::moveInput)->field(), Qt::Key_Escape);
+    settle();
+
+    ASSERT_TRUE(keys->press(superShift(ShortcutKey::Period)));
+    settle();
+    EXPECT_EQ(panelToken(ToastSurface::moreMenu), QString()) << "a key without a token opens a panel without one";
+    QTest::keyClick(openedView<MoreMenuView>(ToastSurface::moreMenu), Qt::Key_Escape);
+    settle();
+
+    ASSERT_EQ(ui->runCommand(ShortcutAction::customTime, std::nullopt, QStringLiteral("time-token")), std::nullopt);
+    settle();
+    EXPECT_EQ(panelToken(ToastSurface::timeInput), QStringLiteral("time-token"));
+    QTest::keyClick(&openedView<TimeInputView>(ToastSurface::timeInput)->field(), Qt::Key_Escape);
+    settle();
+
+    // A keep opens nothing: its token is dropped, not kept for the next toast's input, even
+    // one opened with the island's button.
+    ASSERT_TRUE(keys->press(superShift(ShortcutKey::T), QStringLiteral("keep-token")));
+    settle();
+    ASSERT_EQ(record(kept)->state, FileState::temporary);
+    clock.advance(1);
+    arrive("b.pdf");
+    auto *island = dynamic_cast<QtToastPanel *>(controller().panel().get());
+    ASSERT_NE(island, nullptr);
+    island->host().view().actions.onMove();
+    settle();
+    EXPECT_EQ(panelToken(ToastSurface::moveInput), QString());
+}
+
 TEST_F(ToastUiTest, CancellingTheShareMenuResumesTheToastAndAChoiceSharesAndKeeps)
 {
     const RecordId id = arrive("a b.pdf");

@@ -84,11 +84,15 @@ struct ShortcutsFixture : ::testing::Test {
     ManualExecutor main;
     GlobalShortcuts shortcuts{grabber, main};
     std::vector<ShortcutAction> actions;
+    std::vector<QString> activationTokens;
     std::vector<bool> optionStates;
 
     void SetUp() override
     {
-        shortcuts.onAction = [this](ShortcutAction action) { actions.push_back(action); };
+        shortcuts.onAction = [this](ShortcutAction action, const QString &activationToken) {
+            actions.push_back(action);
+            activationTokens.push_back(activationToken);
+        };
         shortcuts.onOptionHeldChanged = [this](bool held) { optionStates.push_back(held); };
     }
 };
@@ -122,9 +126,13 @@ TEST_F(ShortcutsFixture, ActionsRunAfterTheKeyHandlerReturns)
     ASSERT_TRUE(shortcuts.installEventTap());
     EXPECT_TRUE(grabber.press({ShortcutKey::T, superShift}));
     EXPECT_TRUE(actions.empty()) << "the action must not run inside the key handler";
+    EXPECT_TRUE(grabber.press({ShortcutKey::M, superShift}, QStringLiteral("token-of-the-press")));
     EXPECT_TRUE(grabber.press({ShortcutKey::Escape, NoModifier}));
     main.runAll();
-    EXPECT_EQ(actions, (std::vector<ShortcutAction>{ShortcutAction::markTemporary, ShortcutAction::dismiss}));
+    EXPECT_EQ(actions, (std::vector<ShortcutAction>{ShortcutAction::markTemporary, ShortcutAction::move,
+                                                    ShortcutAction::dismiss}));
+    EXPECT_EQ(activationTokens, (std::vector<QString>{{}, QStringLiteral("token-of-the-press"), {}}))
+        << "each action carries the token of its own press, and only that one";
 }
 
 TEST_F(ShortcutsFixture, AltIsReportedOnlyWhileAToastIsUpOutsideOnboarding)
@@ -225,13 +233,16 @@ TEST_F(ShortcutsFixture, CommandsQueueTheirActionAndWorkWithoutAKeyHook)
 
     shortcuts.update(toastUp);
     EXPECT_EQ(shortcuts.runCommand(ShortcutAction::markTemporary), std::nullopt);
+    EXPECT_EQ(shortcuts.runCommand(ShortcutAction::customTime, QStringLiteral("launcher-token")), std::nullopt);
     EXPECT_EQ(shortcuts.runCommand(ShortcutAction::dismiss), std::nullopt);
     EXPECT_TRUE(actions.empty()) << "a command must run on the main executor, not inside the bus call";
     main.runAll();
-    EXPECT_EQ(actions, (std::vector<ShortcutAction>{ShortcutAction::markTemporary, ShortcutAction::dismiss}));
+    EXPECT_EQ(actions, (std::vector<ShortcutAction>{ShortcutAction::markTemporary, ShortcutAction::customTime,
+                                                    ShortcutAction::dismiss}));
+    EXPECT_EQ(activationTokens, (std::vector<QString>{{}, QStringLiteral("launcher-token"), {}}));
 
     shortcuts.update(panelOpen);
-    EXPECT_EQ(shortcuts.runCommand(ShortcutAction::move), CommandRefusal::inputOpen);
+    EXPECT_EQ(shortcuts.runCommand(ShortcutAction::move, QStringLiteral("another-token")), CommandRefusal::inputOpen);
     main.runAll();
-    EXPECT_EQ(actions.size(), 2u);
+    EXPECT_EQ(actions.size(), 3u);
 }

@@ -3,6 +3,7 @@
 #include "core/Logging.h"
 #include "platform/linux/x11/X11Desktop.h"
 
+#include <QGuiApplication>
 #include <QPointer>
 #include <QTimer>
 #include <QWindow>
@@ -74,8 +75,24 @@ void FloatingPanel::orderFront()
 void FloatingPanel::makeKeyAndOrderFront()
 {
     orderFront();
-    if (m_role == Role::keyboard)
+    if (m_role != Role::keyboard)
+        return;
+    const QByteArray token = m_activationTokenUsed ? QByteArray() : m_activationToken.toUtf8();
+    m_activationTokenUsed = true;
+    // An unmanaged window holds the keyboard with a grab; asking for the focus as well would
+    // only have it taken back by an Xwayland window manager, and the window lose the keys.
+    if (!m_unmanaged) {
+        // Qt's Wayland plugin hands XDG_ACTIVATION_TOKEN to the compositor with the next
+        // activation request. Cleared after, should the compositor not take tokens at all.
+        const bool wayland = !token.isEmpty() && QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+        if (wayland)
+            qputenv("XDG_ACTIVATION_TOKEN", token);
         activateWindow();
+        if (wayland)
+            qunsetenv("XDG_ACTIVATION_TOKEN");
+    }
+    if (QWindow *window = windowHandle(); window && !token.isEmpty())
+        x11::endStartupSequence(*window, token);
 }
 
 void FloatingPanel::orderOut()
@@ -88,6 +105,9 @@ void FloatingPanel::showEvent(QShowEvent *event)
     QWidget::showEvent(event);
     if (QWindow *window = windowHandle(); window && m_translucent)
         x11::drawWithoutShadow(*window);
+    // Managed or not: the window manager reads it at map time, which follows this event.
+    if (QWindow *window = windowHandle(); window && m_role == Role::keyboard && !m_activationTokenUsed)
+        x11::setStartupId(*window, m_activationToken.toUtf8());
     if (m_role == Role::keyboard && m_unmanaged) {
         m_grabAttempts = 50;
         grabKeyboardWhenViewable();

@@ -27,8 +27,15 @@ public:
     bool isOnScreen() const { return isVisible(); }
     // Shows the panel without activating it.
     void orderFront();
-    // Keyboard panels: shows, raises over the toast and takes the keyboard.
+    // Keyboard panels: shows, raises over the toast and takes the keyboard, with the
+    // activation token the panel was opened with the first time.
     void makeKeyAndOrderFront();
+
+    // What the desktop handed over with the key or command that opens this panel, so that it
+    // may take the focus: an xdg-activation token or an X11 startup ID. Set before the panel
+    // is first shown; empty without one.
+    void setActivationToken(const QString &token) { m_activationToken = token; }
+    const QString &activationToken() const { return m_activationToken; }
     void orderOut();
 
     // Whether this panel draws with real translucency; without a compositor it is shaped to
@@ -50,6 +57,8 @@ private:
     // Unmanaged keyboard panels: attempts left at grabbing the keyboard once shown.
     int m_grabAttempts = 0;
     bool m_translucent;
+    QString m_activationToken;
+    bool m_activationTokenUsed = false;
 };
 
 } // namespace dowsel

@@ -26,6 +26,7 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <utility>
 
 namespace dowsel {
 
@@ -198,6 +199,7 @@ void QtToastHost::openSurface(ToastSurface surface)
     auto *panel = new SurfacePanel(FloatingPanel::Role::keyboard,
                                    surface == ToastSurface::moreMenu ? moreMenuPanelSize : inputPanelSize);
     panel->setContent(createView(surface));
+    panel->setActivationToken(std::exchange(m_activationToken, {}));
     m_surfaces[surface] = panel;
     m_keyPanel = panel;
     if (surface == ToastSurface::moveInput) {

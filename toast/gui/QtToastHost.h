@@ -60,6 +60,11 @@ public:
     // find the keyboard grabbed and never get it.
     std::function<void()> beforeTakingKeyboard;
 
+    // What the desktop handed over with the key or command being answered, for the input
+    // panel that opens in answer to take the focus with: the next panel opened takes it, and
+    // the caller clears it once the answer is done, so that no later panel gets it.
+    void setActivationToken(const QString &token) { m_activationToken = token; }
+
     // The input panel most recently opened and not yet closed: the one to give the keyboard.
     QWidget *keyPanel() const { return m_keyPanel; }
     SurfacePanel *surfacePanel(ToastSurface surface) const;
@@ -86,6 +91,7 @@ private:
     QPointer<QScreen> m_screen;
     std::map<ToastSurface, QPointer<SurfacePanel>> m_surfaces;
     QPointer<SurfacePanel> m_keyPanel;
+    QString m_activationToken;
     QPointer<SurfacePanel> m_hint;
     // Panels still fading out; their views read the controller's models until they are gone.
     std::vector<QPointer<SurfacePanel>> m_closing;

@@ -29,8 +29,10 @@ ToastDesktop linuxToastDesktop()
 ToastUi::ToastUi(const ToastUiServices &services, ToastDesktop desktop)
     : m_main(services.mainExecutor), m_workspace(std::move(desktop.workspace)), m_clipboard(std::move(desktop.clipboard)),
       m_keyGrabber(std::move(desktop.keyGrabber)), m_host(services.clock, services.thumbnails),
-      m_focus(desktop.focus ? std::move(desktop.focus)
-                            : std::make_unique<X11FocusTracker>([this] { return m_host.keyPanel(); })),
+      m_focus(desktop.focus ? std::move(desktop.focus) : std::make_unique<X11FocusTracker>([this] {
+          if (auto *panel = qobject_cast<FloatingPanel *>(m_host.keyPanel()); panel && panel->isVisible())
+              panel->makeKeyAndOrderFront();
+      })),
       m_controller(std::make_unique<ToastController>(ToastController::Services{
           .store = services.store,
           .cleanupService = services.cleanupService,
@@ -58,9 +60,9 @@ ToastUi::ToastUi(const ToastUiServices &services, ToastDesktop desktop)
 
     // Shortcuts run later on the main executor; by then the toast UI may be gone.
     const QPointer<ToastController> alive = m_controller.get();
-    m_shortcuts.onAction = [this, alive](ShortcutAction action) {
+    m_shortcuts.onAction = [this, alive](ShortcutAction action, const QString &activationToken) {
         if (alive)
-            runShortcut(action);
+            runShortcut(action, activationToken);
     };
     m_shortcuts.onOptionHeldChanged = [alive](bool isHeld) {
         if (alive)
@@ -116,13 +118,14 @@ void ToastUi::updateShortcuts()
     m_shortcuts.update({controller.isOnboardingActive(), isToastShown, controller.isAnySurfaceOpen()});
 }
 
-std::optional<CommandRefusal> ToastUi::runCommand(ShortcutAction action, std::optional<Seconds> duration)
+std::optional<CommandRefusal> ToastUi::runCommand(ShortcutAction action, std::optional<Seconds> duration,
+                                                  const QString &activationToken)
 {
     // Nothing to trash is said, not done silently. Checked now, as the toast stands.
     if (action == ShortcutAction::trashCopies && !commandRefusal(m_shortcuts.context()) && !m_controller->hasCopies())
         return CommandRefusal::noCopy;
     if (!duration || action != ShortcutAction::markTemporary)
-        return m_shortcuts.runCommand(action);
+        return m_shortcuts.runCommand(action, activationToken);
     if (const auto refusal = commandRefusal(m_shortcuts.context()))
         return refusal;
     const QPointer<ToastController> alive = m_controller.get();
@@ -133,9 +136,14 @@ std::optional<CommandRefusal> ToastUi::runCommand(ShortcutAction action, std::op
     return std::nullopt;
 }
 
-void ToastUi::runShortcut(ShortcutAction action)
+void ToastUi::runShortcut(ShortcutAction action, const QString &activationToken)
 {
     ToastController &controller = *m_controller;
+    // Only the inputs and the More menu take the keyboard: the token goes to the panel that
+    // opens now, and to no later one.
+    const bool takesKeyboard = action == ShortcutAction::customTime || action == ShortcutAction::move
+                               || action == ShortcutAction::more;
+    m_host.setActivationToken(takesKeyboard ? activationToken : QString());
     switch (action) {
     case ShortcutAction::customTime:
         controller.openTimeInput();
@@ -172,6 +180,7 @@ void ToastUi::runShortcut(ShortcutAction action)
             onOnboardingPrimary();
         break;
     }
+    m_host.setActivationToken({});
 }
 
 std::unique_ptr<ToastUi> createToastUi(const ToastUiServices &services)

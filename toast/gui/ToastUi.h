@@ -80,14 +80,17 @@ public:
     Workspace &workspace() { return *m_workspace; }
 
     // A toast command from outside Dowsel: runs `action` (with `duration`, a keep for that
-    // long) as its key would, queued on the main executor, or says why it cannot now.
-    std::optional<CommandRefusal> runCommand(ShortcutAction action, std::optional<Seconds> duration = std::nullopt);
+    // long) as its key would, queued on the main executor, or says why it cannot now. The
+    // input or menu it opens takes the focus with `activationToken`, the one the desktop
+    // handed to the command.
+    std::optional<CommandRefusal> runCommand(ShortcutAction action, std::optional<Seconds> duration = std::nullopt,
+                                             const QString &activationToken = {});
 
     // Shift+Return during onboarding.
     std::function<void()> onOnboardingPrimary;
 
 private:
-    void runShortcut(ShortcutAction action);
+    void runShortcut(ShortcutAction action, const QString &activationToken);
 
     Executor &m_main;
     void updateShortcuts();

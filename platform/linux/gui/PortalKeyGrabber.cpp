@@ -329,7 +329,7 @@ void PortalKeyGrabber::ungrabAll()
 }
 
 void PortalKeyGrabber::onActivated(const QDBusObjectPath &session, const QString &shortcutId, qulonglong,
-                                   const QVariantMap &)
+                                   const QVariantMap &options)
 {
     qCDebug(lcShortcuts).noquote() << "portal: Activated " + shortcutId;
     if (m_state != State::bound || session.path() != m_session)
@@ -340,7 +340,7 @@ void PortalKeyGrabber::onActivated(const QDBusObjectPath &session, const QString
     const KeyCombination combination = found->second.first;
     if (std::find(m_active.begin(), m_active.end(), combination) == m_active.end() || !onPressed)
         return;
-    onPressed(combination);
+    onPressed(combination, options.value(QStringLiteral("activation_token")).toString());
 }
 
 } // namespace dowsel

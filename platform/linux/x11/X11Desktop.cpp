@@ -118,6 +118,46 @@ void activateWindow(std::uint32_t window)
     xcb_flush(c);
 }
 
+void setStartupId(QWindow &window, const QByteArray &id)
+{
+    xcb_connection_t *c = connection();
+    if (!c || id.isEmpty())
+        return;
+    xcb_change_property(c, XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(window.winId()),
+                        atom(c, "_NET_STARTUP_ID"), atom(c, "UTF8_STRING"), 8, static_cast<std::uint32_t>(id.size()),
+                        id.constData());
+    xcb_flush(c);
+}
+
+void endStartupSequence(QWindow &window, const QByteArray &id)
+{
+    xcb_connection_t *c = connection();
+    if (!c || id.isEmpty())
+        return;
+    // A value with a space, a quote or a backslash goes in quotes, those two escaped.
+    QByteArray value = id;
+    if (value.contains(' ') || value.contains('"') || value.contains('\\')) {
+        value.replace('\\', "\\\\").replace('"', "\\\"");
+        value = '"' + value + '"';
+    }
+    // The message with its terminating NUL, 20 bytes an event: the first one says it begins.
+    const QByteArray message = "remove: ID=" + value + '\0';
+    const xcb_atom_t begin = atom(c, "_NET_STARTUP_INFO_BEGIN");
+    const xcb_atom_t more = atom(c, "_NET_STARTUP_INFO");
+    constexpr qsizetype chunk = 20;
+    for (qsizetype offset = 0; offset < message.size(); offset += chunk) {
+        xcb_client_message_event_t event{};
+        event.response_type = XCB_CLIENT_MESSAGE;
+        event.format = 8;
+        event.window = static_cast<xcb_window_t>(window.winId());
+        event.type = offset == 0 ? begin : more;
+        const qsizetype length = std::min(chunk, message.size() - offset);
+        std::copy_n(message.constData() + offset, length, event.data.data8);
+        xcb_send_event(c, 0, rootWindow(c), XCB_EVENT_MASK_PROPERTY_CHANGE, reinterpret_cast<const char *>(&event));
+    }
+    xcb_flush(c);
+}
+
 QString windowManagerName()
 {
     xcb_connection_t *c = connection();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QPoint>
 #include <QRect>
 #include <QString>
@@ -23,6 +24,15 @@ std::optional<QPoint> activeWindowCenter();
 // pager would ask, so that focus-stealing rules let it through), or the input focus set
 // directly when no window manager answers. Does nothing when the window is no longer mapped.
 void activateWindow(std::uint32_t window);
+
+// Names the startup sequence `window` answers: _NET_STARTUP_ID, which a window manager reads
+// when the window is mapped and uses against focus stealing (Mutter also finds xdg-activation
+// tokens among its sequences). Call before the window is shown.
+void setStartupId(QWindow &window, const QByteArray &id);
+
+// Ends the startup sequence `id` with the startup-notification "remove" message, sent to the
+// root window on behalf of `window`.
+void endStartupSequence(QWindow &window, const QByteArray &id);
 
 // The window manager's name (_NET_WM_NAME on its _NET_SUPPORTING_WM_CHECK window); empty
 // without one.

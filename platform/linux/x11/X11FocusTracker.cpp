@@ -3,7 +3,6 @@
 #include "platform/linux/x11/X11Desktop.h"
 
 #include <QGuiApplication>
-#include <QWidget>
 #include <QWindow>
 
 #include <algorithm>
@@ -22,7 +21,7 @@ bool isOwnWindow(FocusTracker::WindowHandle window)
 
 } // namespace
 
-X11FocusTracker::X11FocusTracker(std::function<QWidget *()> selfWindow) : m_selfWindow(std::move(selfWindow)) {}
+X11FocusTracker::X11FocusTracker(std::function<void()> activateSelf) : m_activateSelf(std::move(activateSelf)) {}
 
 std::optional<FocusTracker::WindowHandle> X11FocusTracker::activeForeignWindow() const
 {
@@ -34,14 +33,8 @@ std::optional<FocusTracker::WindowHandle> X11FocusTracker::activeForeignWindow()
 
 void X11FocusTracker::activateSelf()
 {
-    QWidget *window = m_selfWindow ? m_selfWindow() : nullptr;
-    if (!window || !window->isVisible())
-        return;
-    window->raise();
-    // An unmanaged window holds the keyboard with a grab; asking for the focus as well would
-    // only have it taken back by an Xwayland window manager, and the window lose the keys.
-    if (!(window->windowFlags() & Qt::X11BypassWindowManagerHint))
-        window->activateWindow();
+    if (m_activateSelf)
+        m_activateSelf();
 }
 
 void X11FocusTracker::activate(WindowHandle window)

@@ -292,7 +292,7 @@ void XcbKeyGrabber::handleKeyPress(std::uint8_t keycode, std::uint16_t state)
     for (ShortcutKey key : allKeys) {
         for (std::uint8_t code : keycodesFor(key)) {
             if (code == keycode) {
-                onPressed({key, modifiers});
+                onPressed({key, modifiers}, {});
                 return;
             }
         }
