@@ -96,6 +96,11 @@ e2e_stop() {
   wait "$DOWSEL_PID" 2>/dev/null || true
 }
 
+# Whether the running Dowsel shows a toast, from `dowsel status`. (Not grep -q: stopping at the
+# match would cut the status off mid-write, and the pipe would fail.)
+toast_showing() { "$DOWSEL" status | grep "^Toast showing: *yes$" >/dev/null; }
+toast_gone() { "$DOWSEL" status | grep "^Toast showing: *no$" >/dev/null; }
+
 DB() { sqlite3 -batch "$XDG_DATA_HOME/dowsel/Sivra.sqlite" "$@"; }
 sql_text() { printf "'%s'" "${1//\'/\'\'}"; }
 state_of() { DB "select state from tracked_file where file_name = $(sql_text "$1");"; }

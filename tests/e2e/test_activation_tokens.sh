@@ -22,7 +22,6 @@ e2e_launch
 E2E_PIDS+=($!)
 wait_for 10 grep -q "^ready$" "$E2E_ROOT/startup.log" || fail "the startup listener did not start: $(cat "$E2E_ROOT/startup.log")"
 
-toast_showing() { "$DOWSEL" status | grep -q "^Toast showing: *yes$"; }
 # A token as a launcher makes one, longer than one 20-byte message.
 new_token() { echo "dowsel-e2e-$RANDOM-$(date +%s%N)"; }
 # Prints the window with the keyboard when it is one of Dowsel's, mapped: the panel that

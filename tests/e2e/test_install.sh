@@ -48,7 +48,7 @@ if command -v man >/dev/null; then
   [ -z "$warnings" ] || fail "man --warnings: $warnings"
 fi
 for word in "dowsel list" "keep" "dismiss" "trash" "app.dowsel.Dowsel1" "ListFiles" "ShowPopover" "Super+Shift+T"; do
-  MANWIDTH=200 man -l "$U/share/man/man1/dowsel.1" 2>/dev/null | grep -qF "$word" || fail "the man page does not mention $word"
+  MANWIDTH=200 man -l "$U/share/man/man1/dowsel.1" 2>/dev/null | grep -F "$word" >/dev/null || fail "the man page does not mention $word"
 done
 pass "the man page lints clean and covers the command line and the bus"
 
@@ -61,7 +61,8 @@ completions() { # WORDS...: what completing the last word offers
 [ "$(completions dowsel --v)" = --version ] || fail "completing 'dowsel --v': $(completions dowsel --v)"
 mkdir -p "$E2E_ROOT/cwd" && touch "$E2E_ROOT/cwd/report.pdf"
 (cd "$E2E_ROOT/cwd" && [ "$(completions dowsel keep rep)" = report.pdf ]) || fail "keep does not complete file names"
-completions dowsel keep report.pdf 1 | grep -qx 1h || fail "keep does not offer durations"
+# Not grep -q: it would stop reading at the first match, and the completion it cuts off fails the pipe.
+completions dowsel keep report.pdf 1 | grep -x 1h >/dev/null || fail "keep does not offer durations"
 pass "bash completion offers the commands, file names and durations"
 
 for svg in "$U/share/icons/hicolor/scalable/apps/app.dowsel.Dowsel.svg" \

@@ -17,8 +17,6 @@ e2e_settings
 export QT_LOGGING_RULES="dowsel.toast.debug=true;dowsel.processor.debug=true"
 e2e_launch
 
-toast_showing() { "$DOWSEL" status | grep -q "^Toast showing: *yes$"; }
-toast_gone() { "$DOWSEL" status | grep -q "^Toast showing: *no$"; }
 logged() { grep -qF -- "$1" "$E2E_ROOT/dowsel.log"; }
 
 head -c 3000000 /dev/urandom >"$S/report.pdf"

@@ -14,8 +14,6 @@ e2e_start_bus
 e2e_settings
 e2e_launch
 
-toast_showing() { "$DOWSEL" status | grep -q "^Toast showing: *yes$"; }
-toast_gone() { "$DOWSEL" status | grep -q "^Toast showing: *no$"; }
 # expect_refusal TEXT ARGS...: the command exits 1 and says TEXT on standard error.
 expect_refusal() {
   local text=$1 status=0; shift

@@ -23,9 +23,6 @@ recorder_has_focus() { [ "$(recorder_focus)" = "focus in" ]; }
 recorder_keys() { grep "^key " "$CLICKS" | cut -c5- | tr -d '\n' || true; }
 recorder_presses() { grep -c "^press" "$CLICKS" || true; }
 
-toast_showing() { "$DOWSEL" status | grep -q "^Toast showing: *yes$"; }
-toast_gone() { "$DOWSEL" status | grep -q "^Toast showing: *no$"; }
-
 # The island of a new download FILE at X Y (its top-left corner), leaving the window its keyboard.
 check_island_at() {
   echo "$1" >"$D/$1"
