@@ -150,14 +150,21 @@ TrackedFileStore::PutBack TrackedFileStore::putBack(std::int64_t trashedId)
         outcome.error = QStringLiteral("Dowsel has no record of it in the Trash");
         return outcome;
     }
-    const auto original = m_trash.originalPath(row->entry);
-    if (!original || identityAt(row->entry.itemPath()) != row->identity) {
+    const auto infoPath = m_trash.originalPath(row->entry);
+    if (!infoPath || identityAt(row->entry.itemPath()) != row->identity) {
         forgetTrashed(row->id);
         outcome.error = QStringLiteral("it is no longer in the Trash (emptied or restored elsewhere)");
         return outcome;
     }
-    const QByteArray folder = parentPath(*original);
-    const QByteArray name = fileNameOf(*original);
+    // It goes back where Dowsel took it from. The information file only says the entry is still
+    // there: anyone can rewrite its Path, and it must not choose where folders get made.
+    const QByteArray &original = row->originalPath;
+    if (*infoPath != original) {
+        qCDebug(lcStore).noquote() << "putBack: the Trash information names" << displayText(*infoPath)
+                                   << "; going back to" << displayText(original) << "as recorded";
+    }
+    const QByteArray folder = parentPath(original);
+    const QByteArray name = fileNameOf(original);
     if (!pathExists(folder)) {
         if (!makeFolders(folder)) {
             outcome.error = QStringLiteral("its folder %1 is gone and cannot be made again: %2")
@@ -168,7 +175,7 @@ TrackedFileStore::PutBack TrackedFileStore::putBack(std::int64_t trashedId)
     }
 
     for (int attempt = 0; attempt <= maxFreeNameAttempts; ++attempt) {
-        const QByteArray target = attempt == 0 ? *original : joinPath(folder, restoredName(name, attempt));
+        const QByteArray target = attempt == 0 ? original : joinPath(folder, restoredName(name, attempt));
         if (pathExists(target))
             continue;
         // Known and kept before it arrives: the events of the rename then find a record.
@@ -196,10 +203,10 @@ TrackedFileStore::PutBack TrackedFileStore::putBack(std::int64_t trashedId)
         notifyChanged();
         outcome.path = target;
         outcome.otherName = attempt > 0;
-        qCDebug(lcStore).noquote() << "put back" << displayText(*original) << "as" << displayText(target);
+        qCDebug(lcStore).noquote() << "put back" << displayText(original) << "as" << displayText(target);
         return outcome;
     }
-    outcome.error = QStringLiteral("no free name is left beside %1").arg(displayText(*original));
+    outcome.error = QStringLiteral("no free name is left beside %1").arg(displayText(original));
     return outcome;
 }
 

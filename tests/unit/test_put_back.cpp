@@ -231,6 +231,28 @@ TEST_F(PutBackTest, AGoneFolderIsMadeAgainAndADeletedFileIsRecordedToo)
     EXPECT_EQ(contentOf(download("album/cover.jpg")), "jpeg");
 }
 
+TEST_F(PutBackTest, AnEditedTrashInformationDoesNotChooseWhereItGoes)
+{
+    keep("invoice.pdf", 60, "amount due");
+    advance(61);
+    const auto trashed = recentlyTrashed();
+    ASSERT_EQ(trashed.size(), 1u);
+    // Someone rewrote the entry's Path to a folder that does not exist.
+    const QByteArray elsewhere = root + "/elsewhere/deep/invoice.pdf";
+    QFile info(QFile::decodeName(trashed[0].entry.infoPath()));
+    ASSERT_TRUE(info.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    info.write("[Trash Info]\nPath=" + elsewhere + "\nDeletionDate=2024-01-01T00:00:00\n");
+    info.close();
+
+    const auto outcome = putBack(trashed[0].id);
+    EXPECT_TRUE(outcome.error.isEmpty()) << outcome.error.toStdString();
+    EXPECT_EQ(outcome.path, download("invoice.pdf"));
+    EXPECT_FALSE(outcome.folderRecreated);
+    EXPECT_EQ(contentOf(download("invoice.pdf")), "amount due");
+    EXPECT_FALSE(exists(root + "/elsewhere")) << "no folder is made where the information points";
+    EXPECT_FALSE(exists(trashed[0].entry.infoPath()));
+}
+
 TEST_F(PutBackTest, AFolderThatCannotTakeItBackLeavesTheFileInTheTrash)
 {
     // Its folder is now a file: nothing can go in it, whoever runs this.
