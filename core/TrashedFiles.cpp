@@ -7,6 +7,8 @@
 #include "core/Sqlite.h"
 #include "core/Tags.h"
 
+#include <climits>
+#include <cstdlib>
 #include <sys/stat.h>
 
 namespace dowsel {
@@ -45,6 +47,26 @@ bool makeFolders(const QByteArray &folder)
     }
     struct stat status {};
     return ::stat(folder.constData(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// The folder holding `path` with links, "." and ".." resolved; empty when it is not there.
+QByteArray realFolder(const QByteArray &path)
+{
+    char resolved[PATH_MAX];
+    const QByteArray folder = parentPath(path);
+    return ::realpath(folder.isEmpty() ? "/" : folder.constData(), resolved) ? QByteArray(resolved) : QByteArray();
+}
+
+// Whether `requested` names the path an item was trashed from: the same bytes, or the same
+// name in the same folder reached another way ("./", "..", a linked folder).
+bool namesOriginalPath(const QByteArray &requested, const QByteArray &original)
+{
+    if (requested == original)
+        return true;
+    if (fileNameOf(requested) != fileNameOf(original))
+        return false;
+    const QByteArray folder = realFolder(requested);
+    return !folder.isEmpty() && folder == realFolder(original);
 }
 
 TrackedFileStore::TrashedFile trashedFrom(const sqlite::Query &query)
@@ -136,7 +158,7 @@ std::optional<TrackedFileStore::TrashedFile> TrackedFileStore::findTrashed(const
 {
     const bool byName = !pathOrName.contains('/');
     for (TrashedFile &file : trashedFiles()) {
-        if (byName ? fileNameOf(file.originalPath) == pathOrName : file.originalPath == pathOrName)
+        if (byName ? fileNameOf(file.originalPath) == pathOrName : namesOriginalPath(pathOrName, file.originalPath))
             return std::move(file);
     }
     return std::nullopt;

@@ -212,6 +212,27 @@ TEST_F(PutBackTest, TheListIsNewestFirstAndLimitedToTheWindowAskedFor)
     EXPECT_FALSE(onStore([](TrackedFileStore &store) { return store.findTrashed("other.iso"); }));
 }
 
+TEST_F(PutBackTest, APathReachedThroughDotsOrALinkedFolderFindsWhatWasTrashedThere)
+{
+    keep("slides.odp", 60);
+    advance(61);
+    const auto trashed = recentlyTrashed();
+    ASSERT_EQ(trashed.size(), 1u);
+    const auto find = [&](const QByteArray &path) {
+        const auto found = onStore([=](TrackedFileStore &store) { return store.findTrashed(path); });
+        return found ? found->id : -1;
+    };
+    // What "dowsel restore ./slides.odp" sends from inside Downloads, and the folder by a link.
+    EXPECT_EQ(find(downloads + "/./slides.odp"), trashed[0].id);
+    EXPECT_EQ(find(root + "/Downloads/../Downloads/slides.odp"), trashed[0].id);
+    ASSERT_EQ(::symlink(downloads.constData(), (root + "/dl").constData()), 0);
+    EXPECT_EQ(find(root + "/dl/slides.odp"), trashed[0].id);
+    // The same name in another folder is another file.
+    ASSERT_EQ(::mkdir((root + "/other").constData(), 0755), 0);
+    EXPECT_EQ(find(root + "/other/slides.odp"), -1);
+    EXPECT_EQ(find(downloads + "/./slides.odt"), -1);
+}
+
 TEST_F(PutBackTest, AGoneFolderIsMadeAgainAndADeletedFileIsRecordedToo)
 {
     ASSERT_EQ(::mkdir(download("album").constData(), 0755), 0);
