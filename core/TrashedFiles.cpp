@@ -24,6 +24,12 @@ bool pathExists(const QByteArray &path)
     return ::lstat(path.constData(), &status) == 0;
 }
 
+bool isFolder(const QByteArray &path)
+{
+    struct stat status {};
+    return ::stat(path.constData(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 // Cuts at a character boundary so a long UTF-8 name stays valid.
 QByteArray cutAtCharacter(const QByteArray &bytes, qsizetype length)
 {
@@ -145,6 +151,9 @@ std::vector<TrackedFileStore::TrashedFile> TrackedFileStore::trashedFiles(std::o
         // Still there as Dowsel left it: the entry's information and the same item.
         if (m_trash.originalPath(row.entry) && identityAt(row.entry.itemPath()) == row.identity) {
             present.push_back(std::move(row));
+        } else if (!isFolder(row.entry.directory + "/info")) {
+            // The Trash itself is not there: a drive not mounted now. Its items come back with it.
+            continue;
         } else {
             qCDebug(lcStore).noquote() << "forgetting" << displayText(row.originalPath)
                                        << ": no longer in the Trash as it was left";
@@ -174,6 +183,11 @@ TrackedFileStore::PutBack TrackedFileStore::putBack(std::int64_t trashedId)
     }
     const auto infoPath = m_trash.originalPath(row->entry);
     if (!infoPath || identityAt(row->entry.itemPath()) != row->identity) {
+        if (!isFolder(row->entry.directory + "/info")) {
+            outcome.error = QStringLiteral("the Trash that holds it, %1, is not there (a drive that is not connected?)")
+                                .arg(displayText(row->entry.directory));
+            return outcome;
+        }
         forgetTrashed(row->id);
         outcome.error = QStringLiteral("it is no longer in the Trash (emptied or restored elsewhere)");
         return outcome;

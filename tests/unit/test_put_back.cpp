@@ -316,6 +316,45 @@ TEST_F(PutBackTest, AVolumeTrashNamesItsItemsRelativeToTheVolume)
     EXPECT_FALSE(trash.originalPath(entry));
 }
 
+TEST_F(PutBackTest, AnItemInTheTrashOfADriveNotMountedNowComesBackWithTheDrive)
+{
+    const QByteArray topdir = root + "/usb";
+    ASSERT_EQ(::mkdir(topdir.constData(), 0755), 0);
+    ASSERT_NE(writeFile(topdir + "/scan.pdf", "pages"), 0u);
+    const FileIdentity identity = identityOf(topdir + "/scan.pdf");
+    QString error;
+    const auto location = FreedesktopTrash::topdirTrash(topdir, &error);
+    ASSERT_TRUE(location) << error.toStdString();
+    TrashEntry entry;
+    ASSERT_EQ(FreedesktopTrash::moveInto(*location, topdir + "/scan.pdf", &entry), std::nullopt);
+    onStore([=](TrackedFileStore &store) { store.recordTrashed(topdir + "/scan.pdf", entry, identity, 5); });
+    const auto listed = recentlyTrashed();
+    ASSERT_EQ(listed.size(), 1u);
+
+    // Unplugged: its mount point stays behind, empty.
+    ASSERT_EQ(::rename(topdir.constData(), (root + "/usb-away").constData()), 0);
+    ASSERT_EQ(::mkdir(topdir.constData(), 0755), 0);
+    EXPECT_TRUE(recentlyTrashed().empty());
+    const auto trashedId = [&] {
+        const auto found = onStore([](TrackedFileStore &store) { return store.findTrashed("scan.pdf"); });
+        return found ? found->id : -1;
+    };
+    EXPECT_EQ(trashedId(), -1);
+    // Put back from a list shown just before.
+    const auto refused = putBack(listed[0].id);
+    EXPECT_FALSE(refused.error.isEmpty());
+    EXPECT_TRUE(refused.path.isEmpty());
+
+    // Plugged in again.
+    ASSERT_EQ(::rmdir(topdir.constData()), 0);
+    ASSERT_EQ(::rename((root + "/usb-away").constData(), topdir.constData()), 0);
+    const auto trashed = recentlyTrashed();
+    ASSERT_EQ(trashed.size(), 1u);
+    const auto outcome = putBack(trashed[0].id);
+    EXPECT_TRUE(outcome.error.isEmpty()) << outcome.error.toStdString();
+    EXPECT_EQ(contentOf(topdir + "/scan.pdf"), "pages");
+}
+
 // A program that holds `path` open for reading until it is stopped.
 class Holder {
 public:
