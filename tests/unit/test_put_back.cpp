@@ -400,6 +400,31 @@ TEST_F(PutBackTest, AFileHeldOpenWaitsPastItsExpiryAndGoesOnceClosed)
     EXPECT_EQ(recentlyTrashed().size(), 1u);
 }
 
+TEST_F(PutBackTest, FilesThatExpireTogetherShareOneLookAtTheOpenFiles)
+{
+    // As after "Make all temporary" on the old files: many expiries at one moment.
+    std::atomic<int> scans{0};
+    service->setOpenFilesScan([&] {
+        ++scans;
+        return OpenWriters::scan(OpenAccess::any);
+    });
+    for (int i = 0; i < 30; ++i)
+        keep("old-" + QByteArray::number(i) + ".txt", 60);
+    Holder reader(download("old-7.txt"));
+    ASSERT_TRUE(reader.started());
+
+    advance(61);
+    EXPECT_EQ(scans.load(), 1);
+    EXPECT_FALSE(exists(download("old-0.txt")));
+    EXPECT_FALSE(exists(download("old-29.txt")));
+    EXPECT_TRUE(exists(download("old-7.txt"))) << "the one still open waits";
+
+    reader.stop();
+    advance(CleanupService::inUseRetryInterval);
+    EXPECT_FALSE(exists(download("old-7.txt"))) << "a later expiry looks again";
+    EXPECT_EQ(scans.load(), 2);
+}
+
 TEST_F(PutBackTest, AFileHeldOpenForADayAfterItsExpiryGoesAllTheSame)
 {
     // The check is the real /proc scan; only the holder is pretended, so a day costs nothing.
