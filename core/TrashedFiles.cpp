@@ -7,6 +7,8 @@
 #include "core/Sqlite.h"
 #include "core/Tags.h"
 
+#include <QCoreApplication>
+
 #include <climits>
 #include <cstdlib>
 #include <sys/stat.h>
@@ -184,7 +186,8 @@ TrackedFileStore::PutBack TrackedFileStore::putBack(std::int64_t trashedId)
     const auto infoPath = m_trash.originalPath(row->entry);
     if (!infoPath || identityAt(row->entry.itemPath()) != row->identity) {
         if (!isFolder(row->entry.directory + "/info")) {
-            outcome.error = QStringLiteral("the Trash that holds it, %1, is not there (a drive that is not connected?)")
+            outcome.error = QCoreApplication::translate("TrackedFileStore", "the Trash that holds it, %1, is not "
+                                                                            "there (a drive that is not connected?)")
                                 .arg(displayText(row->entry.directory));
             return outcome;
         }
