@@ -117,10 +117,12 @@ public:
                        std::int64_t size);
     // The items Dowsel trashed that are still in the Trash as it left them, newest first,
     // trashed no earlier than `since` when given. Looks at the Trash each time: an entry
-    // emptied or restored by another program is forgotten here.
+    // emptied or restored by another program is forgotten here; one in a Trash that is not
+    // there (a drive not mounted now) is left out but kept.
     std::vector<TrashedFile> trashedFiles(std::optional<Date> since = std::nullopt);
-    // The newest of those whose original path is `pathOrName` (or, for a bare name, whose
-    // original name is).
+    // The newest of those whose original path is `pathOrName`, or the same name in the same
+    // folder reached another way ("./", a linked folder); for a bare name, whose original
+    // name is.
     std::optional<TrashedFile> findTrashed(const QByteArray &pathOrName);
     // Moves the item back to its original path through its Trash entry, or beside it under a
     // free name ("report (restored).pdf") when another item has the path. The item is kept

@@ -7,6 +7,10 @@
 #include "core/Sqlite.h"
 #include "core/Tags.h"
 
+#include <QCoreApplication>
+
+#include <climits>
+#include <cstdlib>
 #include <sys/stat.h>
 
 namespace dowsel {
@@ -20,6 +24,12 @@ bool pathExists(const QByteArray &path)
 {
     struct stat status {};
     return ::lstat(path.constData(), &status) == 0;
+}
+
+bool isFolder(const QByteArray &path)
+{
+    struct stat status {};
+    return ::stat(path.constData(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 // Cuts at a character boundary so a long UTF-8 name stays valid.
@@ -45,6 +55,26 @@ bool makeFolders(const QByteArray &folder)
     }
     struct stat status {};
     return ::stat(folder.constData(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// The folder holding `path` with links, "." and ".." resolved; empty when it is not there.
+QByteArray realFolder(const QByteArray &path)
+{
+    char resolved[PATH_MAX];
+    const QByteArray folder = parentPath(path);
+    return ::realpath(folder.isEmpty() ? "/" : folder.constData(), resolved) ? QByteArray(resolved) : QByteArray();
+}
+
+// Whether `requested` names the path an item was trashed from: the same bytes, or the same
+// name in the same folder reached another way ("./", "..", a linked folder).
+bool namesOriginalPath(const QByteArray &requested, const QByteArray &original)
+{
+    if (requested == original)
+        return true;
+    if (fileNameOf(requested) != fileNameOf(original))
+        return false;
+    const QByteArray folder = realFolder(requested);
+    return !folder.isEmpty() && folder == realFolder(original);
 }
 
 TrackedFileStore::TrashedFile trashedFrom(const sqlite::Query &query)
@@ -123,6 +153,9 @@ std::vector<TrackedFileStore::TrashedFile> TrackedFileStore::trashedFiles(std::o
         // Still there as Dowsel left it: the entry's information and the same item.
         if (m_trash.originalPath(row.entry) && identityAt(row.entry.itemPath()) == row.identity) {
             present.push_back(std::move(row));
+        } else if (!isFolder(row.entry.directory + "/info")) {
+            // The Trash itself is not there: a drive not mounted now. Its items come back with it.
+            continue;
         } else {
             qCDebug(lcStore).noquote() << "forgetting" << displayText(row.originalPath)
                                        << ": no longer in the Trash as it was left";
@@ -136,7 +169,7 @@ std::optional<TrackedFileStore::TrashedFile> TrackedFileStore::findTrashed(const
 {
     const bool byName = !pathOrName.contains('/');
     for (TrashedFile &file : trashedFiles()) {
-        if (byName ? fileNameOf(file.originalPath) == pathOrName : file.originalPath == pathOrName)
+        if (byName ? fileNameOf(file.originalPath) == pathOrName : namesOriginalPath(pathOrName, file.originalPath))
             return std::move(file);
     }
     return std::nullopt;
@@ -150,14 +183,27 @@ TrackedFileStore::PutBack TrackedFileStore::putBack(std::int64_t trashedId)
         outcome.error = QStringLiteral("Dowsel has no record of it in the Trash");
         return outcome;
     }
-    const auto original = m_trash.originalPath(row->entry);
-    if (!original || identityAt(row->entry.itemPath()) != row->identity) {
+    const auto infoPath = m_trash.originalPath(row->entry);
+    if (!infoPath || identityAt(row->entry.itemPath()) != row->identity) {
+        if (!isFolder(row->entry.directory + "/info")) {
+            outcome.error = QCoreApplication::translate("TrackedFileStore", "the Trash that holds it, %1, is not "
+                                                                            "there (a drive that is not connected?)")
+                                .arg(displayText(row->entry.directory));
+            return outcome;
+        }
         forgetTrashed(row->id);
         outcome.error = QStringLiteral("it is no longer in the Trash (emptied or restored elsewhere)");
         return outcome;
     }
-    const QByteArray folder = parentPath(*original);
-    const QByteArray name = fileNameOf(*original);
+    // It goes back where Dowsel took it from. The information file only says the entry is still
+    // there: anyone can rewrite its Path, and it must not choose where folders get made.
+    const QByteArray &original = row->originalPath;
+    if (*infoPath != original) {
+        qCDebug(lcStore).noquote() << "putBack: the Trash information names" << displayText(*infoPath)
+                                   << "; going back to" << displayText(original) << "as recorded";
+    }
+    const QByteArray folder = parentPath(original);
+    const QByteArray name = fileNameOf(original);
     if (!pathExists(folder)) {
         if (!makeFolders(folder)) {
             outcome.error = QStringLiteral("its folder %1 is gone and cannot be made again: %2")
@@ -168,7 +214,7 @@ TrackedFileStore::PutBack TrackedFileStore::putBack(std::int64_t trashedId)
     }
 
     for (int attempt = 0; attempt <= maxFreeNameAttempts; ++attempt) {
-        const QByteArray target = attempt == 0 ? *original : joinPath(folder, restoredName(name, attempt));
+        const QByteArray target = attempt == 0 ? original : joinPath(folder, restoredName(name, attempt));
         if (pathExists(target))
             continue;
         // Known and kept before it arrives: the events of the rename then find a record.
@@ -196,10 +242,10 @@ TrackedFileStore::PutBack TrackedFileStore::putBack(std::int64_t trashedId)
         notifyChanged();
         outcome.path = target;
         outcome.otherName = attempt > 0;
-        qCDebug(lcStore).noquote() << "put back" << displayText(*original) << "as" << displayText(target);
+        qCDebug(lcStore).noquote() << "put back" << displayText(original) << "as" << displayText(target);
         return outcome;
     }
-    outcome.error = QStringLiteral("no free name is left beside %1").arg(displayText(*original));
+    outcome.error = QStringLiteral("no free name is left beside %1").arg(displayText(original));
     return outcome;
 }
 

@@ -12,8 +12,22 @@ namespace dowsel {
 CleanupService::CleanupService(TrackedFileActor &store, Trash &trash, Clock &clock, Scheduler &scheduler,
                                Executor &executor)
     : m_store(store), m_trash(trash), m_clock(clock), m_scheduler(scheduler), m_executor(executor),
-      m_openBy([](const QByteArray &path) { return OpenWriters::scan(OpenAccess::any).holderOf(path); })
+      m_scanOpenFiles([] { return OpenWriters::scan(OpenAccess::any); })
 {
+    m_openBy = [this](const QByteArray &path) {
+        const Date now = m_clock.now();
+        if (!m_openFiles || now < m_openFilesAt || now - m_openFilesAt >= openFilesReuse) {
+            m_openFiles = m_scanOpenFiles();
+            m_openFilesAt = now;
+        }
+        return m_openFiles->holderOf(path);
+    };
+}
+
+void CleanupService::setOpenFilesScan(std::function<OpenWriters()> scan)
+{
+    m_scanOpenFiles = std::move(scan);
+    m_openFiles.reset();
 }
 
 void CleanupService::setOpenFileCheck(std::function<std::optional<QString>(const QByteArray &)> check)

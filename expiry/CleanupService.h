@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/OpenFiles.h"
 #include "core/TrackedFileStore.h"
 #include "platform/Time.h"
 
@@ -56,6 +57,10 @@ public:
 
     // Which program holds the file at a path open, if any; by default a look at /proc.
     void setOpenFileCheck(std::function<std::optional<QString>(const QByteArray &)> check);
+    // The look at /proc behind the default check. One look answers for every file that falls
+    // due within openFilesReuse of it: files made temporary together expire together, and a
+    // look costs a stat of every descriptor of every program.
+    void setOpenFilesScan(std::function<OpenWriters()> scan);
     // Told, on the service's executor, whenever the set of files in use changes. It runs
     // under the service's lock: it must only post work elsewhere, never call back in.
     void setInUseObserver(std::function<void()> observer);
@@ -65,6 +70,7 @@ public:
     static constexpr Seconds pruningInterval = 900;
     static constexpr Seconds inUseRetryInterval = 600;
     static constexpr Seconds inUseLimit = 24 * 3600;
+    static constexpr Seconds openFilesReuse = 2;
 
 private:
     struct ScheduledTask {
@@ -97,6 +103,9 @@ private:
     Scheduler::TimerId m_staleRecordTask = Scheduler::invalidTimer;
     std::function<void(const std::vector<TrashFailure> &)> m_trashFailed;
     std::function<std::optional<QString>(const QByteArray &)> m_openBy;
+    std::function<OpenWriters()> m_scanOpenFiles;
+    std::optional<OpenWriters> m_openFiles; // executor only, the last look
+    Date m_openFilesAt = 0;                 // executor only
     mutable std::mutex m_inUseMutex;
     std::function<void()> m_inUseChanged; // under m_inUseMutex
     std::set<RecordId> m_inUse; // under m_inUseMutex

@@ -212,6 +212,27 @@ TEST_F(PutBackTest, TheListIsNewestFirstAndLimitedToTheWindowAskedFor)
     EXPECT_FALSE(onStore([](TrackedFileStore &store) { return store.findTrashed("other.iso"); }));
 }
 
+TEST_F(PutBackTest, APathReachedThroughDotsOrALinkedFolderFindsWhatWasTrashedThere)
+{
+    keep("slides.odp", 60);
+    advance(61);
+    const auto trashed = recentlyTrashed();
+    ASSERT_EQ(trashed.size(), 1u);
+    const auto find = [&](const QByteArray &path) {
+        const auto found = onStore([=](TrackedFileStore &store) { return store.findTrashed(path); });
+        return found ? found->id : -1;
+    };
+    // What "dowsel restore ./slides.odp" sends from inside Downloads, and the folder by a link.
+    EXPECT_EQ(find(downloads + "/./slides.odp"), trashed[0].id);
+    EXPECT_EQ(find(root + "/Downloads/../Downloads/slides.odp"), trashed[0].id);
+    ASSERT_EQ(::symlink(downloads.constData(), (root + "/dl").constData()), 0);
+    EXPECT_EQ(find(root + "/dl/slides.odp"), trashed[0].id);
+    // The same name in another folder is another file.
+    ASSERT_EQ(::mkdir((root + "/other").constData(), 0755), 0);
+    EXPECT_EQ(find(root + "/other/slides.odp"), -1);
+    EXPECT_EQ(find(downloads + "/./slides.odt"), -1);
+}
+
 TEST_F(PutBackTest, AGoneFolderIsMadeAgainAndADeletedFileIsRecordedToo)
 {
     ASSERT_EQ(::mkdir(download("album").constData(), 0755), 0);
@@ -229,6 +250,28 @@ TEST_F(PutBackTest, AGoneFolderIsMadeAgainAndADeletedFileIsRecordedToo)
     EXPECT_TRUE(outcome.error.isEmpty()) << outcome.error.toStdString();
     EXPECT_TRUE(outcome.folderRecreated);
     EXPECT_EQ(contentOf(download("album/cover.jpg")), "jpeg");
+}
+
+TEST_F(PutBackTest, AnEditedTrashInformationDoesNotChooseWhereItGoes)
+{
+    keep("invoice.pdf", 60, "amount due");
+    advance(61);
+    const auto trashed = recentlyTrashed();
+    ASSERT_EQ(trashed.size(), 1u);
+    // Someone rewrote the entry's Path to a folder that does not exist.
+    const QByteArray elsewhere = root + "/elsewhere/deep/invoice.pdf";
+    QFile info(QFile::decodeName(trashed[0].entry.infoPath()));
+    ASSERT_TRUE(info.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    info.write("[Trash Info]\nPath=" + elsewhere + "\nDeletionDate=2024-01-01T00:00:00\n");
+    info.close();
+
+    const auto outcome = putBack(trashed[0].id);
+    EXPECT_TRUE(outcome.error.isEmpty()) << outcome.error.toStdString();
+    EXPECT_EQ(outcome.path, download("invoice.pdf"));
+    EXPECT_FALSE(outcome.folderRecreated);
+    EXPECT_EQ(contentOf(download("invoice.pdf")), "amount due");
+    EXPECT_FALSE(exists(root + "/elsewhere")) << "no folder is made where the information points";
+    EXPECT_FALSE(exists(trashed[0].entry.infoPath()));
 }
 
 TEST_F(PutBackTest, AFolderThatCannotTakeItBackLeavesTheFileInTheTrash)
@@ -271,6 +314,45 @@ TEST_F(PutBackTest, AVolumeTrashNamesItsItemsRelativeToTheVolume)
     EXPECT_FALSE(clash);
     EXPECT_EQ(contentOf(topdir + "/films/clip.mkv"), "frames");
     EXPECT_FALSE(trash.originalPath(entry));
+}
+
+TEST_F(PutBackTest, AnItemInTheTrashOfADriveNotMountedNowComesBackWithTheDrive)
+{
+    const QByteArray topdir = root + "/usb";
+    ASSERT_EQ(::mkdir(topdir.constData(), 0755), 0);
+    ASSERT_NE(writeFile(topdir + "/scan.pdf", "pages"), 0u);
+    const FileIdentity identity = identityOf(topdir + "/scan.pdf");
+    QString error;
+    const auto location = FreedesktopTrash::topdirTrash(topdir, &error);
+    ASSERT_TRUE(location) << error.toStdString();
+    TrashEntry entry;
+    ASSERT_EQ(FreedesktopTrash::moveInto(*location, topdir + "/scan.pdf", &entry), std::nullopt);
+    onStore([=](TrackedFileStore &store) { store.recordTrashed(topdir + "/scan.pdf", entry, identity, 5); });
+    const auto listed = recentlyTrashed();
+    ASSERT_EQ(listed.size(), 1u);
+
+    // Unplugged: its mount point stays behind, empty.
+    ASSERT_EQ(::rename(topdir.constData(), (root + "/usb-away").constData()), 0);
+    ASSERT_EQ(::mkdir(topdir.constData(), 0755), 0);
+    EXPECT_TRUE(recentlyTrashed().empty());
+    const auto trashedId = [&] {
+        const auto found = onStore([](TrackedFileStore &store) { return store.findTrashed("scan.pdf"); });
+        return found ? found->id : -1;
+    };
+    EXPECT_EQ(trashedId(), -1);
+    // Put back from a list shown just before.
+    const auto refused = putBack(listed[0].id);
+    EXPECT_FALSE(refused.error.isEmpty());
+    EXPECT_TRUE(refused.path.isEmpty());
+
+    // Plugged in again.
+    ASSERT_EQ(::rmdir(topdir.constData()), 0);
+    ASSERT_EQ(::rename((root + "/usb-away").constData(), topdir.constData()), 0);
+    const auto trashed = recentlyTrashed();
+    ASSERT_EQ(trashed.size(), 1u);
+    const auto outcome = putBack(trashed[0].id);
+    EXPECT_TRUE(outcome.error.isEmpty()) << outcome.error.toStdString();
+    EXPECT_EQ(contentOf(topdir + "/scan.pdf"), "pages");
 }
 
 // A program that holds `path` open for reading until it is stopped.
@@ -316,6 +398,31 @@ TEST_F(PutBackTest, AFileHeldOpenWaitsPastItsExpiryAndGoesOnceClosed)
     EXPECT_FALSE(exists(download("movie.mp4")));
     EXPECT_TRUE(service->filesInUse().empty());
     EXPECT_EQ(recentlyTrashed().size(), 1u);
+}
+
+TEST_F(PutBackTest, FilesThatExpireTogetherShareOneLookAtTheOpenFiles)
+{
+    // As after "Make all temporary" on the old files: many expiries at one moment.
+    std::atomic<int> scans{0};
+    service->setOpenFilesScan([&] {
+        ++scans;
+        return OpenWriters::scan(OpenAccess::any);
+    });
+    for (int i = 0; i < 30; ++i)
+        keep("old-" + QByteArray::number(i) + ".txt", 60);
+    Holder reader(download("old-7.txt"));
+    ASSERT_TRUE(reader.started());
+
+    advance(61);
+    EXPECT_EQ(scans.load(), 1);
+    EXPECT_FALSE(exists(download("old-0.txt")));
+    EXPECT_FALSE(exists(download("old-29.txt")));
+    EXPECT_TRUE(exists(download("old-7.txt"))) << "the one still open waits";
+
+    reader.stop();
+    advance(CleanupService::inUseRetryInterval);
+    EXPECT_FALSE(exists(download("old-7.txt"))) << "a later expiry looks again";
+    EXPECT_EQ(scans.load(), 2);
 }
 
 TEST_F(PutBackTest, AFileHeldOpenForADayAfterItsExpiryGoesAllTheSame)

@@ -491,6 +491,13 @@ No tienes que conservar este archivo — solo está aquí para la demostración.
     </message>
 </context>
 <context>
+    <name>TrackedFileStore</name>
+    <message>
+        <source>the Trash that holds it, %1, is not there (a drive that is not connected?)</source>
+        <translation>la papelera que lo contiene, %1, no está (¿una unidad que no está conectada?)</translation>
+    </message>
+</context>
+<context>
     <name>UserNotices</name>
     <message>
         <source>Dowsel could not start</source>
