@@ -39,6 +39,27 @@ TEST(SiteOfUrl, TheHostWithoutWwwAndNothingElse)
         EXPECT_EQ(siteOfUrl(url), QString::fromUtf8(site)) << url;
 }
 
+TEST(SiteOfUrl, ANameThatPassesForAnotherSiteIsShownAsTheDnsSpellsIt)
+{
+    // Internationalised names the user reads in their own letters.
+    EXPECT_EQ(siteOfUrl(QStringLiteral("https://пример.рф/x").toUtf8()), QStringLiteral("пример.рф"));
+    EXPECT_EQ(siteOfUrl(QStringLiteral("https://пример.com/x").toUtf8()), QStringLiteral("пример.com"))
+        << "Cyrillic that does not pass for Latin";
+    EXPECT_EQ(siteOfUrl(QStringLiteral("https://日本語ドメイン.jp/").toUtf8()), QStringLiteral("日本語ドメイン.jp"))
+        << "Japanese names mix Han and Katakana";
+    EXPECT_EQ(siteOfUrl(QStringLiteral("https://sonyストア.jp/").toUtf8()), QStringLiteral("sonyストア.jp"));
+
+    // "аррӏе.com" in Cyrillic letters only, and "pаypal.com" with one Cyrillic "а": each is
+    // another site than the one it reads as.
+    const QString wholeScript = siteOfUrl("https://xn--80ak6aa92e.com/login");
+    EXPECT_EQ(wholeScript, QStringLiteral("xn--80ak6aa92e.com"));
+    const QString mixed = siteOfUrl(QStringLiteral("https://www.p\u0430ypal.com/").toUtf8());
+    EXPECT_TRUE(mixed.startsWith(QStringLiteral("xn--")) && mixed.endsWith(QStringLiteral(".com"))) << mixed.toStdString();
+    EXPECT_NE(mixed, QStringLiteral("paypal.com"));
+    const QString greek = siteOfUrl(QStringLiteral("https://\u03bf\u03ba.net/").toUtf8()); // "οκ"
+    EXPECT_TRUE(greek.startsWith(QStringLiteral("xn--"))) << greek.toStdString();
+}
+
 TEST(SiteOfUrl, NothingForWhatIsNoWebAddress)
 {
     const char *const cases[] = {
