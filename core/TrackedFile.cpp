@@ -1,9 +1,13 @@
 #include "core/TrackedFile.h"
 
 #include "core/ByteCount.h"
+#include "core/Tags.h"
 
 #include <QCoreApplication>
 #include <QFile>
+
+#include <climits>
+#include <cstdlib>
 
 namespace dowsel {
 
@@ -50,6 +54,28 @@ QString TrackedFile::sizeLabel() const
     if (isFolderLike())
         return QCoreApplication::translate("TrackedFile", "Folder");
     return formatByteCount(fileSize);
+}
+
+namespace {
+
+// The folder holding `path` with links, "." and ".." resolved; empty when it is not there.
+QByteArray realFolder(const QByteArray &path)
+{
+    char resolved[PATH_MAX];
+    const QByteArray folder = parentPath(path);
+    return ::realpath(folder.isEmpty() ? "/" : folder.constData(), resolved) ? QByteArray(resolved) : QByteArray();
+}
+
+} // namespace
+
+bool namesSameItem(const QByteArray &requested, const QByteArray &recorded)
+{
+    if (requested == recorded)
+        return true;
+    if (fileNameOf(requested) != fileNameOf(recorded))
+        return false;
+    const QByteArray folder = realFolder(requested);
+    return !folder.isEmpty() && folder == realFolder(recorded);
 }
 
 } // namespace dowsel

@@ -24,6 +24,10 @@ std::optional<FileState> fileStateFromRaw(QStringView raw);
 QString displayText(const QByteArray &pathBytes);
 // Last component of a path ("/a/b.pdf" -> "b.pdf").
 QByteArray fileNameOf(const QByteArray &path);
+// Whether `requested` names the item at `recorded`: the same bytes, or the same name in the
+// same folder reached another way ("./", "..", a linked folder). A hard link elsewhere or a
+// path that only shares the inode does not.
+bool namesSameItem(const QByteArray &requested, const QByteArray &recorded);
 
 struct TrackedFile {
     RecordId id = 0;

@@ -9,8 +9,6 @@
 
 #include <QCoreApplication>
 
-#include <climits>
-#include <cstdlib>
 #include <sys/stat.h>
 
 namespace dowsel {
@@ -30,6 +28,13 @@ bool isFolder(const QByteArray &path)
 {
     struct stat status {};
     return ::stat(path.constData(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// Whether the Trash holding `entry` is there at all: a drive's own Trash is not while the
+// drive is not mounted, and its items come back with it.
+bool trashIsThere(const TrashEntry &entry)
+{
+    return isFolder(entry.directory + "/info");
 }
 
 // Cuts at a character boundary so a long UTF-8 name stays valid.
@@ -53,28 +58,7 @@ bool makeFolders(const QByteArray &folder)
         if (::mkdir(partial.constData(), 0755) != 0 && errno != EEXIST)
             return false;
     }
-    struct stat status {};
-    return ::stat(folder.constData(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
-// The folder holding `path` with links, "." and ".." resolved; empty when it is not there.
-QByteArray realFolder(const QByteArray &path)
-{
-    char resolved[PATH_MAX];
-    const QByteArray folder = parentPath(path);
-    return ::realpath(folder.isEmpty() ? "/" : folder.constData(), resolved) ? QByteArray(resolved) : QByteArray();
-}
-
-// Whether `requested` names the path an item was trashed from: the same bytes, or the same
-// name in the same folder reached another way ("./", "..", a linked folder).
-bool namesOriginalPath(const QByteArray &requested, const QByteArray &original)
-{
-    if (requested == original)
-        return true;
-    if (fileNameOf(requested) != fileNameOf(original))
-        return false;
-    const QByteArray folder = realFolder(requested);
-    return !folder.isEmpty() && folder == realFolder(original);
+    return isFolder(folder);
 }
 
 TrackedFileStore::TrashedFile trashedFrom(const sqlite::Query &query)
@@ -153,8 +137,7 @@ std::vector<TrackedFileStore::TrashedFile> TrackedFileStore::trashedFiles(std::o
         // Still there as Dowsel left it: the entry's information and the same item.
         if (m_trash.originalPath(row.entry) && identityAt(row.entry.itemPath()) == row.identity) {
             present.push_back(std::move(row));
-        } else if (!isFolder(row.entry.directory + "/info")) {
-            // The Trash itself is not there: a drive not mounted now. Its items come back with it.
+        } else if (!trashIsThere(row.entry)) {
             continue;
         } else {
             qCDebug(lcStore).noquote() << "forgetting" << displayText(row.originalPath)
@@ -169,7 +152,7 @@ std::optional<TrackedFileStore::TrashedFile> TrackedFileStore::findTrashed(const
 {
     const bool byName = !pathOrName.contains('/');
     for (TrashedFile &file : trashedFiles()) {
-        if (byName ? fileNameOf(file.originalPath) == pathOrName : namesOriginalPath(pathOrName, file.originalPath))
+        if (byName ? fileNameOf(file.originalPath) == pathOrName : namesSameItem(pathOrName, file.originalPath))
             return std::move(file);
     }
     return std::nullopt;
@@ -185,7 +168,7 @@ TrackedFileStore::PutBack TrackedFileStore::putBack(std::int64_t trashedId)
     }
     const auto infoPath = m_trash.originalPath(row->entry);
     if (!infoPath || identityAt(row->entry.itemPath()) != row->identity) {
-        if (!isFolder(row->entry.directory + "/info")) {
+        if (!trashIsThere(row->entry)) {
             outcome.error = QCoreApplication::translate("TrackedFileStore", "the Trash that holds it, %1, is not "
                                                                             "there (a drive that is not connected?)")
                                 .arg(displayText(row->entry.directory));

@@ -17,8 +17,6 @@
 #include <QJsonObject>
 
 #include <cerrno>
-#include <climits>
-#include <cstdlib>
 #include <cstring>
 #include <sys/stat.h>
 
@@ -70,26 +68,6 @@ QJsonValue isoDate(std::optional<Date> date)
     if (!date)
         return QJsonValue::Null;
     return QDateTime::fromMSecsSinceEpoch(qint64(*date * 1000)).toString(Qt::ISODate);
-}
-
-QByteArray realFolder(const QByteArray &path)
-{
-    char resolved[PATH_MAX];
-    const QByteArray folder = parentPath(path);
-    return ::realpath(folder.isEmpty() ? "/" : folder.constData(), resolved) ? QByteArray(resolved) : QByteArray();
-}
-
-// Whether `requested` names the recorded item itself: the same bytes, or the same name in
-// the same folder reached another way ("./", "..", a linked folder). A hard link elsewhere
-// or a path that only shares the inode does not.
-bool namesRecordedItem(const QByteArray &requested, const QByteArray &recorded)
-{
-    if (requested == recorded)
-        return true;
-    if (fileNameOf(requested) != fileNameOf(recorded))
-        return false;
-    const QByteArray folder = realFolder(requested);
-    return !folder.isEmpty() && folder == realFolder(recorded);
 }
 
 } // namespace
@@ -182,7 +160,7 @@ void ControlService::withRecord(const QByteArray &path, std::function<Answer(Tra
     m_store.call(
         [identity, path, then = std::move(then)](TrackedFileStore &store) {
             const auto record = store.recordFor(identity);
-            if (!record || !namesRecordedItem(path, record->filePath))
+            if (!record || !namesSameItem(path, record->filePath))
                 return Outcome{};
             return Outcome{true, then(store, record->id)};
         },
