@@ -18,10 +18,7 @@ open_input() {
 
 start_recorder "$E2E_ROOT/recorder.log" --maximized
 e2e_launch
-"$DOWSEL" status >"$E2E_ROOT/status" || fail "dowsel status failed"
-grep -q "^Session: *wayland ($XDG_CURRENT_DESKTOP)$" "$E2E_ROOT/status" || fail "status: $(cat "$E2E_ROOT/status")"
-grep -q "^Windows: *through Xwayland ($WM_NAME): the toast above other windows, its inputs as dialogs" "$E2E_ROOT/status" \
-  || fail "status: $(cat "$E2E_ROOT/status")"
+check_status_through_xwayland "$WM_NAME" "the toast above other windows, its inputs as dialogs"
 pass "under $WM_NAME Dowsel draws through Xwayland and says so"
 
 check_island_at a.txt 230 0

@@ -27,10 +27,7 @@ open_input() {
   wait_for 5 eval '! recorder_has_focus' || fail "the $1 input did not take the keyboard"
   wait_for 5 eval '[ "$(grabs)" -gt '"$before"' ]' || fail "the $1 input did not grab the keyboard"
 }
-"$DOWSEL" status >"$E2E_ROOT/status" || fail "dowsel status failed"
-grep -q "^Session: *wayland (sway)$" "$E2E_ROOT/status" || fail "status under sway: $(cat "$E2E_ROOT/status")"
-grep -q "^Windows: *through Xwayland (wlroots wm): .*inputs take the keyboard" "$E2E_ROOT/status" \
-  || fail "status under sway: $(cat "$E2E_ROOT/status")"
+check_status_through_xwayland "wlroots wm" ".*inputs take the keyboard"
 pass "on a Wayland session with Xwayland Dowsel draws through Xwayland and says so"
 
 # --- The island: top centre, above the window, not taking its keyboard.

@@ -23,6 +23,14 @@ recorder_has_focus() { [ "$(recorder_focus)" = "focus in" ]; }
 recorder_keys() { grep "^key " "$CLICKS" | cut -c5- | tr -d '\n' || true; }
 recorder_presses() { grep -c "^press" "$CLICKS" || true; }
 
+# `dowsel status` names the session (XDG_CURRENT_DESKTOP) and says its windows go through
+# Xwayland under the X window manager WM, as WINDOWS (a pattern) describes.
+check_status_through_xwayland() {
+  "$DOWSEL" status >"$E2E_ROOT/status" || fail "dowsel status failed"
+  grep -q "^Session: *wayland ($XDG_CURRENT_DESKTOP)$" "$E2E_ROOT/status" || fail "status: $(cat "$E2E_ROOT/status")"
+  grep -q "^Windows: *through Xwayland ($1): $2" "$E2E_ROOT/status" || fail "status: $(cat "$E2E_ROOT/status")"
+}
+
 # The island of a new download FILE at X Y (its top-left corner), leaving the window its keyboard.
 check_island_at() {
   echo "$1" >"$D/$1"
